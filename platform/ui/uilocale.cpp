@@ -1,0 +1,20 @@
+#include "uilocale.h"
+
+#include <QLocale>
+
+namespace ConnUi {
+
+// The UI follows Qt's default locale, which the host sets from the environment (LANG, LC_ALL).
+UiLocale::UiLocale()
+{
+    const QString name = QLocale().name(); // "fi_FI", or "C"
+    const int underscore = name.indexOf(QLatin1Char('_'));
+    if (underscore < 0) {
+        m_language = name == QLatin1String("C") ? QStringLiteral("en") : name;
+    } else {
+        m_language = name.left(underscore);
+        m_country = name.mid(underscore + 1);
+    }
+}
+
+} // namespace ConnUi

@@ -1,0 +1,474 @@
+#include "nfcagentdialogplugin.h"
+#include "nfcagentdialogplugin_p.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QMutex>
+
+#include "connectivitydialogserverinterface.h"
+#include "connectivityuiutils.h"
+#include "feedbackeffect.h"
+#include "nfcadapter.h"
+#include "nfcagent.h"
+#include "nfcagentbluetoothrequest.h"
+#include "nfcagentsharingrequest.h"
+#include "nfcagenttagreadrequest.h"
+#include "nfcoverlay.h"
+#include "nfctagnotsupporteddialog.h"
+
+// The dialog server loads plugins through these two entry points, as Qt 4 plugin loaders did.
+extern "C" Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
+{
+    return "pattern=QT_PLUGIN_VERIFICATION_DATA\n"
+           "version=4.7.4\n"
+           "debug=false\n"
+           "buildkey=armv6 linux g++-4 full-config";
+}
+
+extern "C" Q_DECL_EXPORT QObject* qt_plugin_instance()
+{
+    // Constructed on first use (thread-safe local static), destroyed when the library is unloaded.
+    static QPointer<QObject> instance;
+    static QMutex mutex;
+    QMutexLocker locker(&mutex);
+    if (!instance)
+        instance = new ConnUi::NfcAgentDialogPlugin;
+    return instance;
+}
+
+namespace ConnUi {
+
+// ---------------------------------------------------------------------------------------------------
+// The plugin shell
+
+NfcAgentDialogPlugin::NfcAgentDialogPlugin()
+    : d_ptr(nullptr)
+{
+}
+
+// The private half lives until destroy(); deleting the plugin without it leaves the half alive.
+NfcAgentDialogPlugin::~NfcAgentDialogPlugin() = default;
+
+void NfcAgentDialogPlugin::initialize(ConnectivityDialogServerInterface* server)
+{
+    d_ptr = new NfcAgentDialogPluginPrivate(server, this);
+    if (d_ptr->adapter) {
+        connect(d_ptr->adapter, SIGNAL(adapterValid()), d_ptr, SLOT(updateAgent()));
+        connect(d_ptr->adapter, SIGNAL(adapterInvalid()), d_ptr, SLOT(updateAgent()));
+    }
+    d_ptr->updateAgent();
+}
+
+void NfcAgentDialogPlugin::destroy()
+{
+    if (d_ptr && d_ptr->adapter) {
+        if (d_ptr->agent)
+            d_ptr->adapter->unregisterAgent(d_ptr->agent);
+        delete d_ptr->adapter;
+        d_ptr->adapter = nullptr;
+    }
+    delete d_ptr;
+    d_ptr = nullptr;
+}
+
+bool NfcAgentDialogPlugin::isInitialized() const
+{
+    return d_ptr != nullptr;
+}
+
+QString NfcAgentDialogPlugin::service() const
+{
+    return QStringLiteral("");
+}
+
+QString NfcAgentDialogPlugin::path() const
+{
+    return QStringLiteral("");
+}
+
+QString NfcAgentDialogPlugin::interface() const
+{
+    return QStringLiteral("");
+}
+
+bool NfcAgentDialogPlugin::handlesMethod(const QString& method) const
+{
+    Q_UNUSED(method)
+    return false;
+}
+
+bool NfcAgentDialogPlugin::requestDialog(QObject* caller, ConnectivityDialogRequest* request)
+{
+    Q_UNUSED(caller)
+    Q_UNUSED(request)
+    return false;
+}
+
+void NfcAgentDialogPlugin::release()
+{
+}
+
+void NfcAgentDialogPlugin::cancel()
+{
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Touch and tag delivery calls
+
+void NfcAgentDialogPlugin::notifyTouch(const QDBusObjectPath& target, int touchStatus)
+{
+    Q_UNUSED(target)
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    if (!d->overlay)
+        d->overlay = new NfcOverlay;
+    d->overlay->showIndication();
+
+    // Status 1: the touched tag cannot be handled. Every other status only gives the feedback.
+    if (touchStatus != 1)
+        return;
+    if (d->errorDialog)
+        return;
+
+    if (d->tagReadRequest) {
+        d->tagReadRequest->stop();
+        d->tagReadRequest->deleteLater();
+    }
+
+    d->errorDialog = new NfcTagNotSupportedDialog(NfcTagNotSupportedDialog::EmptyTag);
+    connect(d->errorDialog, SIGNAL(finished(int)), d, SLOT(errorDialogFinished()));
+    d->server->showDialog(d->errorDialog);
+}
+
+void NfcAgentDialogPlugin::dataDeliveryRequested(const NdefMessageHandlerList& handlers,
+                                                 const QDBusObjectPath& target, const QByteArray& data)
+{
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+
+    qDebug("NDEF data received: %s", data.toHex().constData());
+    d->touchTimer.start();
+    d->closeTagReadRequest();
+
+    NfcAgentTagReadRequest* request = new NfcAgentTagReadRequest(d->server, target, data);
+    d->tagReadRequest = request;
+    if (!handlers.isEmpty())
+        request->setMessageHandlers(handlers);
+
+    connect(request, SIGNAL(accepted()), d, SLOT(tagReadAccepted()));
+    connect(request, SIGNAL(rejected()), d, SLOT(tagReadRejected()));
+    connect(request, SIGNAL(dialogShown()), d, SLOT(tagReadDialogShown()));
+    connect(request, SIGNAL(dialogShown()), d, SLOT(unlockScreen()));
+
+    request->start();
+    d->requests.add(request);
+
+    qDebug("Tag reading request started %dms after touch", int(d->touchTimer.elapsed()));
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Sharing calls
+
+void NfcAgentDialogPlugin::sharingPermissionRequested(const QString& carrier, const QVariant& info,
+                                                      const QStringList& resources)
+{
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+    d->closeTagReadRequest();
+
+    NfcAgentSharingRequest* request =
+        new NfcAgentSharingRequest(NfcAgentSharingRequest::SharingPermission, d->server, carrier, info, resources);
+    connect(request, SIGNAL(accepted()), d, SLOT(sharingAccepted()));
+    connect(request, SIGNAL(rejected()), d, SLOT(sharingRejected()));
+    request->start();
+    d->requests.add(request);
+}
+
+void NfcAgentDialogPlugin::sharingSelectionRequested(const QString& carrier, const QVariant& info)
+{
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+    d->closeTagReadRequest();
+
+    NfcAgentSharingRequest* request = new NfcAgentSharingRequest(NfcAgentSharingRequest::SharingSelection,
+                                                                 d->server, carrier, info, QStringList());
+    connect(request, SIGNAL(accepted()), d, SLOT(sharingAccepted()));
+    connect(request, SIGNAL(rejected()), d, SLOT(sharingRejected()));
+    request->start();
+    d->requests.add(request);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Bluetooth calls
+
+void NfcAgentDialogPlugin::btPairingRequested(const QDBusObjectPath& target, const QString& addr,
+                                              const QString& name, uint cod, const QString& pin)
+{
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+
+    // A new pairing displaces the previous one, which then gets no reply and no broadcast.
+    if (d->pairingRequest) {
+        d->pairingRequest->stop();
+        d->pairingRequest->deleteLater();
+    }
+
+    d->signalNfcPairingStarted();
+
+    NfcAgentBluetoothRequest* request =
+        new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Pairing, d->server, target, addr, name, cod);
+    d->pairingRequest = request;
+    request->setPinCode(pin);
+
+    connect(request, SIGNAL(accepted()), d, SLOT(bluetoothRequestAccepted()));
+    connect(request, SIGNAL(rejected()), d, SLOT(bluetoothRequestRejected()));
+    connect(request, SIGNAL(failed(QString)), d, SLOT(bluetoothRequestFailed(QString)));
+    connect(request, SIGNAL(dialogShown()), d, SLOT(unlockScreen()));
+
+    request->start();
+    d->requests.add(request);
+}
+
+void NfcAgentDialogPlugin::btConnectionRequested(const QDBusObjectPath& target, const QString& addr,
+                                                 const QString& name, uint cod)
+{
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+
+    NfcAgentBluetoothRequest* request =
+        new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Connect, d->server, target, addr, name, cod);
+    connect(request, SIGNAL(accepted()), d, SLOT(bluetoothRequestAccepted()));
+    connect(request, SIGNAL(rejected()), d, SLOT(bluetoothRequestRejected()));
+    connect(request, SIGNAL(failed(QString)), d, SLOT(bluetoothRequestFailed(QString)));
+    request->start();
+    d->requests.add(request);
+}
+
+void NfcAgentDialogPlugin::btDisconnectionRequested(const QDBusObjectPath& target, const QString& addr,
+                                                    const QString& name, uint cod)
+{
+    NfcAgentDialogPluginPrivate* d = d_ptr;
+
+    NfcAgentBluetoothRequest* request =
+        new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Disconnect, d->server, target, addr, name, cod);
+    connect(request, SIGNAL(accepted()), d, SLOT(bluetoothRequestAccepted()));
+    connect(request, SIGNAL(rejected()), d, SLOT(bluetoothRequestRejected()));
+    connect(request, SIGNAL(failed(QString)), d, SLOT(bluetoothRequestFailed(QString)));
+    request->start();
+    d->requests.add(request);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// The private half
+
+NfcAgentDialogPluginPrivate::NfcAgentDialogPluginPrivate(ConnectivityDialogServerInterface* server,
+                                                         NfcAgentDialogPlugin* q)
+    : q(q), server(server), adapter(NfcAdapter::defaultAdapter()), agent(nullptr), overlay(nullptr),
+      errorDialog(nullptr)
+{
+}
+
+// Live requests go with the cleanup handler, without replies. The adapter and the agent are left alone:
+// destroy() deletes the adapter, and the agent is never deleted here.
+NfcAgentDialogPluginPrivate::~NfcAgentDialogPluginPrivate()
+{
+    delete overlay;
+}
+
+void NfcAgentDialogPluginPrivate::resetRequest()
+{
+}
+
+void NfcAgentDialogPluginPrivate::updateAgent()
+{
+    if (agent) {
+        delete agent;
+        agent = nullptr;
+        if (!requests.isEmpty()) {
+            qWarning("NfcAgentDialogPlugin: UI agent deleted when there was ongoing requests!");
+            requests.clear();
+        }
+    }
+
+    if (!adapter || !adapter->isValid())
+        return;
+
+    agent = new NfcAgent;
+    connect(agent, SIGNAL(release()), q, SLOT(release()));
+    connect(agent, SIGNAL(btPairingRequested( QDBusObjectPath, QString, QString, uint, QString)),
+            q, SLOT(btPairingRequested( QDBusObjectPath, QString, QString, uint, QString)));
+    connect(agent, SIGNAL(btConnectionRequested( QDBusObjectPath, QString, QString, uint)),
+            q, SLOT(btConnectionRequested( QDBusObjectPath, QString, QString, uint)));
+    connect(agent, SIGNAL(btDisconnectionRequested( QDBusObjectPath, QString, QString, uint)),
+            q, SLOT(btDisconnectionRequested( QDBusObjectPath, QString, QString, uint)));
+    connect(agent, SIGNAL(sharingPermissionRequested(QString,QVariant,QStringList)),
+            q, SLOT(sharingPermissionRequested(QString,QVariant,QStringList)));
+    connect(agent, SIGNAL(sharingSelectionRequested(QString, QVariant)),
+            q, SLOT(sharingSelectionRequested(QString, QVariant)));
+    connect(agent, SIGNAL(notifyTouch(QDBusObjectPath, int)), q, SLOT(notifyTouch(QDBusObjectPath, int)));
+    connect(agent, SIGNAL(dataDeliveryRequested(NdefMessageHandlerList, QDBusObjectPath, QByteArray)),
+            q, SLOT(dataDeliveryRequested(NdefMessageHandlerList, QDBusObjectPath, QByteArray)));
+    adapter->registerAgent(agent);
+}
+
+void NfcAgentDialogPluginPrivate::closeTagReadRequest()
+{
+    if (tagReadRequest) {
+        tagReadRequest->stop();
+        tagReadRequest->deleteLater();
+    }
+    if (errorDialog) {
+        server->closeDialog(errorDialog);
+        errorDialog = nullptr;
+    }
+}
+
+void NfcAgentDialogPluginPrivate::errorDialogFinished()
+{
+    if (errorDialog) {
+        server->closeDialog(errorDialog);
+        errorDialog = nullptr;
+    }
+}
+
+void NfcAgentDialogPluginPrivate::unlockScreen()
+{
+    ConnectivityUIUtils::unlockScreen();
+}
+
+void NfcAgentDialogPluginPrivate::tagReadDialogShown()
+{
+    qDebug("NFC tag reading took %dms", int(touchTimer.elapsed()));
+}
+
+// Reply slots. Each finds its request as the sender; without one it only warns. The reply needs the
+// agent; the request is deleted later in any case, since it may still be inside its own signal.
+
+void NfcAgentDialogPluginPrivate::tagReadAccepted()
+{
+    NfcAgentTagReadRequest* request = qobject_cast<NfcAgentTagReadRequest*>(sender());
+    if (!request) {
+        qWarning("NfcAgentDialogPluginPrivate::tagReadAccepted() called without request!");
+        return;
+    }
+    if (agent)
+        agent->dataDeliveryGranted(request->targetPath());
+    request->deleteLater();
+    resetRequest();
+}
+
+void NfcAgentDialogPluginPrivate::tagReadRejected()
+{
+    NfcAgentTagReadRequest* request = qobject_cast<NfcAgentTagReadRequest*>(sender());
+    if (!request) {
+        qWarning("NfcAgentDialogPluginPrivate::tagReadRejected() called without request!");
+        return;
+    }
+    if (agent)
+        agent->rejectDevice(request->targetPath());
+    request->deleteLater();
+    resetRequest();
+}
+
+void NfcAgentDialogPluginPrivate::sharingAccepted()
+{
+    NfcAgentSharingRequest* request = qobject_cast<NfcAgentSharingRequest*>(sender());
+    if (!request) {
+        qWarning("NfcAgentDialogPluginPrivate::sharingAccepted() called without request!");
+        return;
+    }
+    if (agent)
+        agent->acceptSharing(request->sharingInfo());
+    request->deleteLater();
+    resetRequest();
+}
+
+void NfcAgentDialogPluginPrivate::sharingRejected()
+{
+    NfcAgentSharingRequest* request = qobject_cast<NfcAgentSharingRequest*>(sender());
+    if (!request) {
+        qWarning("NfcAgentDialogPluginPrivate::sharingRejected() called without request!");
+        return;
+    }
+    if (agent)
+        agent->rejectSharing(request->sharingInfo());
+    request->deleteLater();
+    resetRequest();
+}
+
+void NfcAgentDialogPluginPrivate::bluetoothRequestAccepted()
+{
+    NfcAgentBluetoothRequest* request = qobject_cast<NfcAgentBluetoothRequest*>(sender());
+    if (!request) {
+        qWarning("NfcAgentDialogPluginPrivate::bluetoothRequestAccepted() called without request!");
+        return;
+    }
+    const QDBusObjectPath target = request->targetPath();
+    switch (request->type()) {
+    case NfcAgentBluetoothRequest::Pairing:
+        if (agent)
+            agent->btPairingRequestGranted(target);
+        signalNfcPairingFinished();
+        break;
+    case NfcAgentBluetoothRequest::Connect:
+        if (agent)
+            agent->btConnectionRequestGranted(target);
+        break;
+    case NfcAgentBluetoothRequest::Disconnect:
+        if (agent)
+            agent->btDisconnectionRequestGranted(target);
+        break;
+    default:
+        qWarning("Unknown NfcAgentBluetoothRequest type: %d", int(request->type()));
+        break;
+    }
+    resetRequest();
+    request->deleteLater();
+}
+
+void NfcAgentDialogPluginPrivate::bluetoothRequestRejected()
+{
+    NfcAgentBluetoothRequest* request = qobject_cast<NfcAgentBluetoothRequest*>(sender());
+    if (!request) {
+        qWarning("NfcAgentDialogPluginPrivate::bluetoothRequestRejected() called without request!");
+        return;
+    }
+    if (request == pairingRequest)
+        signalNfcPairingFinished();
+    if (agent)
+        agent->rejectDevice(request->targetPath());
+    resetRequest();
+    request->deleteLater();
+}
+
+void NfcAgentDialogPluginPrivate::bluetoothRequestFailed(const QString& reason)
+{
+    NfcAgentBluetoothRequest* request = qobject_cast<NfcAgentBluetoothRequest*>(sender());
+    if (!request) {
+        // The text names the accept slot; it has always read so and log watchers match it.
+        qWarning("NfcAgentDialogPluginPrivate::bluetoothRequestAccepted() called without request!");
+        return;
+    }
+    if (request == pairingRequest)
+        signalNfcPairingFinished();
+    if (agent)
+        agent->replyError(request->targetPath(), reason);
+    resetRequest();
+    request->deleteLater();
+}
+
+// The rest of the phone learns on the system bus when an NFC pairing starts and ends, so that it can
+// keep its own Bluetooth dialogs out of the way. The outcome of the send is not checked.
+void NfcAgentDialogPluginPrivate::signalNfcPairingStarted()
+{
+    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/com/orvan/nfc_ui"),
+                                                      QStringLiteral("com.orvan.nfc_ui"),
+                                                      QStringLiteral("NfcPairingStarts"));
+    QDBusConnection::systemBus().send(message);
+}
+
+void NfcAgentDialogPluginPrivate::signalNfcPairingFinished()
+{
+    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/com/orvan/nfc_ui"),
+                                                      QStringLiteral("com.orvan.nfc_ui"),
+                                                      QStringLiteral("NfcPairingFinished"));
+    QDBusConnection::systemBus().send(message);
+}
+
+} // namespace ConnUi

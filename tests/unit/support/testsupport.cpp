@@ -1,0 +1,29 @@
+#include "testsupport.h"
+
+namespace TestSupport {
+
+QStringList callsWithPrefix(const QString& prefix)
+{
+    QStringList names;
+    for (const QString& name : FakePlatform::callNames()) {
+        if (name.startsWith(prefix))
+            names.append(name);
+    }
+    return names;
+}
+
+QStringList agentReplies()
+{
+    QStringList replies;
+    for (const FakeCall& call : FakePlatform::calls()) {
+        if (!call.name.startsWith(QLatin1String("NfcAgent::")))
+            continue;
+        QString reply = call.name.mid(10);
+        for (const QVariant& arg : call.args)
+            reply += QLatin1Char(' ') + arg.toString();
+        replies.append(reply);
+    }
+    return replies;
+}
+
+} // namespace TestSupport

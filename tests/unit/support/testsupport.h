@@ -1,0 +1,22 @@
+#ifndef NFCUI_TESTSUPPORT_H
+#define NFCUI_TESTSUPPORT_H
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+#include "fakeplatform.h"
+
+// Helpers shared by the unit suites.
+namespace TestSupport {
+
+// The names of the recorded calls that start with the prefix, in order ("NfcAgent::" for the replies).
+QStringList callsWithPrefix(const QString& prefix);
+
+// The replies the fake agent sent, as "method arg1 arg2".
+QStringList agentReplies();
+
+} // namespace TestSupport
+
+#endif
