@@ -131,10 +131,8 @@ void NfcAgentDialogPlugin::notifyTouch(const QDBusObjectPath& target, int touchS
     if (d->errorDialog)
         return;
 
-    if (d->tagReadRequest) {
-        d->tagReadRequest->stop();
-        d->tagReadRequest->deleteLater();
-    }
+    if (d->tagReadRequest)
+        d->dropRequest(d->tagReadRequest);
 
     d->errorDialog = new NfcTagNotSupportedDialog(NfcTagNotSupportedDialog::EmptyTag);
     connect(d->errorDialog, SIGNAL(finished(int)), d, SLOT(errorDialogFinished()));
@@ -269,10 +267,30 @@ NfcAgentDialogPluginPrivate::NfcAgentDialogPluginPrivate(ConnectivityDialogServe
 NfcAgentDialogPluginPrivate::~NfcAgentDialogPluginPrivate()
 {
     delete overlay;
+    // A tag read request that still shows a dialog rejects as it goes; with the agent forgotten here
+    // (not deleted) that rejection reaches nobody.
+    agent = nullptr;
+    requests.clear();
 }
 
 void NfcAgentDialogPluginPrivate::resetRequest()
 {
+}
+
+// Stops a tag read request that a newer call displaces. Its signals are cut off first: the rejection it
+// emits when stop() closes its dialog must not reach the daemon, since a displaced request gets no reply.
+void NfcAgentDialogPluginPrivate::dropRequest(NfcAgentTagReadRequest* request)
+{
+    QObject::disconnect(request, nullptr, this, nullptr);
+    request->stop();
+    request->deleteLater();
+}
+
+// After its reply a request is deleted later; nothing it emits until then (a tag read request rejects
+// once more when its destructor closes its dialog) gives a second reply.
+void NfcAgentDialogPluginPrivate::finishRequest(QObject* request)
+{
+    QObject::disconnect(request, nullptr, this, nullptr);
 }
 
 void NfcAgentDialogPluginPrivate::updateAgent()
@@ -309,10 +327,8 @@ void NfcAgentDialogPluginPrivate::updateAgent()
 
 void NfcAgentDialogPluginPrivate::closeTagReadRequest()
 {
-    if (tagReadRequest) {
-        tagReadRequest->stop();
-        tagReadRequest->deleteLater();
-    }
+    if (tagReadRequest)
+        dropRequest(tagReadRequest);
     if (errorDialog) {
         server->closeDialog(errorDialog);
         errorDialog = nullptr;
@@ -349,6 +365,7 @@ void NfcAgentDialogPluginPrivate::tagReadAccepted()
     }
     if (agent)
         agent->dataDeliveryGranted(request->targetPath());
+    finishRequest(request);
     request->deleteLater();
     resetRequest();
 }
@@ -362,6 +379,7 @@ void NfcAgentDialogPluginPrivate::tagReadRejected()
     }
     if (agent)
         agent->rejectDevice(request->targetPath());
+    finishRequest(request);
     request->deleteLater();
     resetRequest();
 }
@@ -375,6 +393,7 @@ void NfcAgentDialogPluginPrivate::sharingAccepted()
     }
     if (agent)
         agent->acceptSharing(request->sharingInfo());
+    finishRequest(request);
     request->deleteLater();
     resetRequest();
 }
@@ -388,6 +407,7 @@ void NfcAgentDialogPluginPrivate::sharingRejected()
     }
     if (agent)
         agent->rejectSharing(request->sharingInfo());
+    finishRequest(request);
     request->deleteLater();
     resetRequest();
 }
@@ -418,6 +438,7 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestAccepted()
         qWarning("Unknown NfcAgentBluetoothRequest type: %d", int(request->type()));
         break;
     }
+    finishRequest(request);
     resetRequest();
     request->deleteLater();
 }
@@ -433,6 +454,7 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestRejected()
         signalNfcPairingFinished();
     if (agent)
         agent->rejectDevice(request->targetPath());
+    finishRequest(request);
     resetRequest();
     request->deleteLater();
 }
@@ -449,6 +471,7 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestFailed(const QString& reason)
         signalNfcPairingFinished();
     if (agent)
         agent->replyError(request->targetPath(), reason);
+    finishRequest(request);
     resetRequest();
     request->deleteLater();
 }

@@ -11,6 +11,8 @@
 #include "connectivitydialogplugininterface.h"
 #include "ndefmessagehandler.h"
 
+struct NfcAgentDialogPluginTestAccess;
+
 namespace ConnUi {
 
 class NfcAgentDialogPluginPrivate;
@@ -53,6 +55,8 @@ private:
     Q_DISABLE_COPY(NfcAgentDialogPlugin)
     NfcAgentDialogPluginPrivate* d_ptr;
     friend class NfcAgentDialogPluginPrivate;
+    // Lets the unit tests reach the private half.
+    friend struct ::NfcAgentDialogPluginTestAccess;
 };
 
 } // namespace ConnUi

@@ -35,6 +35,9 @@ public:
     void signalNfcPairingStarted();
     void signalNfcPairingFinished();
 
+    void dropRequest(NfcAgentTagReadRequest* request);
+    void finishRequest(QObject* request);
+
 public Q_SLOTS:
     void sharingAccepted();
     void sharingRejected();

@@ -11,6 +11,8 @@ class NfcAdapterPrivate
 NfcAdapter* NfcAdapter::defaultAdapter()
 {
     FakePlatform::record(QStringLiteral("NfcAdapter::defaultAdapter"));
+    if (!FakePlatform::get(QStringLiteral("NfcAdapter/exists"), true).toBool())
+        return nullptr;
     NfcAdapter* adapter = new NfcAdapter;
     FakePlatform::track(adapter);
     return adapter;
@@ -23,6 +25,7 @@ NfcAdapter::NfcAdapter(QObject* parent)
 
 NfcAdapter::~NfcAdapter()
 {
+    FakePlatform::record(QStringLiteral("NfcAdapter::~NfcAdapter"));
     delete d;
 }
 
@@ -60,6 +63,7 @@ NfcAgent::NfcAgent(QObject* parent)
 
 NfcAgent::~NfcAgent()
 {
+    FakePlatform::record(QStringLiteral("NfcAgent::~NfcAgent"));
     delete d;
 }
 

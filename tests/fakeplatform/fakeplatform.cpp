@@ -5,7 +5,7 @@
 #include <QMutexLocker>
 
 // Answer keys and their defaults, as the fakes read them:
-//   NfcAdapter/valid (true), NfcAdapter/confirmationEnabled (true)
+//   NfcAdapter/exists (true), NfcAdapter/valid (true), NfcAdapter/confirmationEnabled (true)
 //   QSystemDeviceInfo/lockStatus (0)
 //   BluetoothAdapter/exists (true), BluetoothAdapter/valid (true), BluetoothAdapter/powered (true)
 //   BluetoothAdapter/devices: list of property maps ("Address", "Name", "Paired", plus the fake-only

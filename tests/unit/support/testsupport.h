@@ -14,7 +14,7 @@ namespace TestSupport {
 // The names of the recorded calls that start with the prefix, in order ("NfcAgent::" for the replies).
 QStringList callsWithPrefix(const QString& prefix);
 
-// The replies the fake agent sent, as "method arg1 arg2".
+// The replies the fake agent sent, as "method arg1 arg2" (its destruction is not a reply).
 QStringList agentReplies();
 
 } // namespace TestSupport
