@@ -1,5 +1,8 @@
 #include "testsupport.h"
 
+#include <QCoreApplication>
+#include <QTranslator>
+
 namespace TestSupport {
 
 QStringList callsWithPrefix(const QString& prefix)
@@ -10,6 +13,21 @@ QStringList callsWithPrefix(const QString& prefix)
             names.append(name);
     }
     return names;
+}
+
+bool loadTranslations()
+{
+    static QTranslator* translator = nullptr;
+    if (translator)
+        return true;
+    QTranslator* candidate = new QTranslator(QCoreApplication::instance());
+    if (!candidate->load(QStringLiteral(NFCUI_TRANSLATIONS_QM))) {
+        delete candidate;
+        return false;
+    }
+    QCoreApplication::installTranslator(candidate);
+    translator = candidate;
+    return true;
 }
 
 QStringList agentReplies()

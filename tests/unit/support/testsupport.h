@@ -14,6 +14,10 @@ namespace TestSupport {
 // The names of the recorded calls that start with the prefix, in order ("NfcAgent::" for the replies).
 QStringList callsWithPrefix(const QString& prefix);
 
+// Installs the English catalogue, so that qtTrId gives the texts a user reads. Returns false when the
+// catalogue cannot be loaded.
+bool loadTranslations();
+
 // The replies the fake agent sent, as "method arg1 arg2" (its destruction is not a reply).
 QStringList agentReplies();
 
