@@ -19,10 +19,7 @@
 // The dialog server loads plugins through these two entry points, as Qt 4 plugin loaders did.
 extern "C" Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
 {
-    return "pattern=QT_PLUGIN_VERIFICATION_DATA\n"
-           "version=4.7.4\n"
-           "debug=false\n"
-           "buildkey=armv6 linux g++-4 full-config";
+    return "pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.7.4\ndebug=false\nbuildkey=armv6 linux g++-4 full-config";
 }
 
 extern "C" Q_DECL_EXPORT QObject* qt_plugin_instance()

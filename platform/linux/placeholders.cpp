@@ -5,8 +5,6 @@
 #include "bluetoothpairingprocess.h"
 #include "calluiserviceapi.h"
 #include "connectivityuiutils.h"
-#include "contactexporter.h"
-#include "contentaction.h"
 #include "extendedcalendar.h"
 #include "extendedstorage.h"
 #include "messagingif.h"
@@ -19,7 +17,6 @@
 #include "simplenotification.h"
 #include "uiindications.h"
 
-#include <QSharedData>
 
 class NfcAdapterPrivate
 {
@@ -216,12 +213,6 @@ int OfflineMode::currentStatus() const
     return Unknown;
 }
 
-bool ContactExporter::resolveContactInfo(const QFileInfo&, QString&, QString&)
-{
-    nfcuiMissing("Contact card validation (ContactExporter)");
-    return false;
-}
-
 } // namespace ConnUi
 
 namespace QtMobility {
@@ -247,59 +238,6 @@ QSystemDeviceInfo::LockTypeFlags QSystemDeviceInfo::lockStatus() const
 }
 
 } // namespace QtMobility
-
-namespace ContentAction {
-
-class ActionPrivate : public QSharedData
-{
-};
-
-Action::Action() : d(new ActionPrivate) {}
-Action::Action(ActionPrivate* d) : d(d) {}
-Action::Action(const Action& other) = default;
-Action& Action::operator=(const Action& other) = default;
-Action::~Action() = default;
-bool Action::isValid() const { return false; }
-QString Action::name() const { return QString(); }
-void Action::trigger() const {}
-
-QList<Action> Action::actionsForString(const QString&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return {};
-}
-QList<Action> Action::actionsForScheme(const QString&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return {};
-}
-QList<Action> Action::actionsForFile(const QUrl&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return {};
-}
-QList<Action> Action::actionsForFile(const QUrl&, const QString&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return {};
-}
-Action Action::defaultActionForFile(const QUrl&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return Action();
-}
-Action Action::defaultActionForFile(const QUrl&, const QString&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return Action();
-}
-Action Action::launcherAction(const QString&, const QStringList&)
-{
-    nfcuiMissing("Content actions (ContentAction)");
-    return Action();
-}
-
-} // namespace ContentAction
 
 namespace CallUi {
 
