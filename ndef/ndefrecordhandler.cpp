@@ -1,0 +1,565 @@
+#include "ndefrecordhandler.h"
+#include "ndefrecordhandler_p.h"
+
+#include <QDataStream>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryFile>
+#include <QTimer>
+#include <QUrl>
+
+#include "contactexporter.h"
+#include "ndefrecord.h"
+#include "ndefrecordtype.h"
+#include "smartposterndefrecord.h"
+#include "textndefrecord.h"
+#include "uilocale.h"
+#include "urindefrecord.h"
+
+namespace {
+
+const int dataFileRemovalDelay = 20000; // ms, time for the launched application to open the file
+const char dataFileTemplate[] = "/tmp/nfc-mime-tag-content-XXXXXX";
+const char contactCardType[] = "text/x-vcard";
+const char directoryType[] = "text/directory";
+const char storeLinkType[] = "quandel:link";
+const char storeLinkLongType[] = "orvan.com:quandel:link";
+const char storeClientEntry[] = "quandelclient.desktop";
+const char relativeFilePrefix[] = "file://";
+const char absoluteFilePrefix[] = "file:///";
+const char documentsFilePrefix[] = "file:///home/user/MyDocs/";
+
+QString utf8UpToNul(const QByteArray& bytes)
+{
+    return QString::fromUtf8(bytes.constData());
+}
+
+// Whole byte arrays, embedded NULs included (the QByteArray overloads stop at the first NUL).
+QString utf8(const QByteArray& bytes)
+{
+    return QString::fromUtf8(bytes.constData(), bytes.size());
+}
+
+QString latin1(const QByteArray& bytes)
+{
+    return QString::fromLatin1(bytes.constData(), bytes.size());
+}
+
+// Valid when decoding up to the first NUL and encoding again gives back the same bytes, so both
+// malformed sequences and embedded NULs make the bytes invalid.
+bool isValidUtf8(const QByteArray& bytes)
+{
+    return utf8UpToNul(bytes).toUtf8() == bytes;
+}
+
+bool isStoreLink(const QString& externalType)
+{
+    return externalType.startsWith(QLatin1String(storeLinkType), Qt::CaseInsensitive)
+        || externalType.startsWith(QLatin1String(storeLinkLongType), Qt::CaseInsensitive);
+}
+
+// UTF-16 code units from the byte pairs starting at from; a lone last byte is the high byte of one
+// more unit when keepOddByte is set, and dropped otherwise.
+QString utf16(const QByteArray& bytes, int from, bool bigEndian, bool keepOddByte)
+{
+    const int byteCount = bytes.size() - from;
+    const int unitCount = keepOddByte ? (byteCount + 1) / 2 : byteCount / 2;
+    QString text(unitCount, Qt::Uninitialized);
+    for (int unit = 0; unit < unitCount; ++unit) {
+        const int pos = from + 2 * unit;
+        const ushort first = uchar(bytes.at(pos));
+        const ushort second = pos + 1 < bytes.size() ? uchar(bytes.at(pos + 1)) : 0;
+        text[unit] = QChar(bigEndian ? ushort(first << 8 | second) : ushort(second << 8 | first));
+    }
+    return text;
+}
+
+} // namespace
+
+namespace ConnUi {
+
+const QString NdefRecordHandlerPrivate::databaseFilePath = QDir::homePath() + QDir::separator()
+    + QLatin1String(".nfc") + QDir::separator() + QLatin1String("defaulttaghandlers");
+
+const QStringList NdefRecordHandlerPrivate::validURIStarts = QStringList()
+    << QStringLiteral("http:") << QStringLiteral("https:") << QStringLiteral("tel:")
+    << QStringLiteral("callto:") << QStringLiteral("sms:");
+
+// ---------------------------------------------------------------------------------------------------
+// The handler
+
+NdefRecordHandler::NdefRecordHandler(const NDEFRecord* record)
+    : d(new NdefRecordHandlerPrivate(record))
+{
+    d->resolveSupport();
+    if (d->supported)
+        d->resolvePredefinedSupport();
+    else
+        d->predefinedSupport = false;
+}
+
+NdefRecordHandler::~NdefRecordHandler()
+{
+    // The application launched on the data file may not have opened it yet.
+    if (d->dataFile)
+        QTimer::singleShot(dataFileRemovalDelay, d->dataFile, SLOT(deleteLater()));
+    delete d;
+}
+
+const NDEFRecord* NdefRecordHandler::record() const
+{
+    return d->record;
+}
+
+bool NdefRecordHandler::isSupported() const
+{
+    return d->supported;
+}
+
+bool NdefRecordHandler::hasPredefinedSupport() const
+{
+    return d->predefinedSupport;
+}
+
+QList<ContentAction::Action> NdefRecordHandler::actions() const
+{
+    return d->actions;
+}
+
+QTemporaryFile* NdefRecordHandler::dataFile() const
+{
+    return d->dataFile;
+}
+
+const URINDEFRecord* NdefRecordHandler::uriRecord() const
+{
+    return d->uriRecord();
+}
+
+bool NdefRecordHandler::isCallUri() const
+{
+    const QString uri = d->uriString();
+    return uri.startsWith(QLatin1String("tel:")) || uri.startsWith(QLatin1String("callto:"));
+}
+
+bool NdefRecordHandler::isSmsUri() const
+{
+    return d->uriString().startsWith(QLatin1String("sms:"));
+}
+
+QString NdefRecordHandler::mimeType() const
+{
+    return d->mimeType();
+}
+
+QString NdefRecordHandler::externalType() const
+{
+    return d->externalType();
+}
+
+QString NdefRecordHandler::externalTypeContent() const
+{
+    return d->externalTypeContent();
+}
+
+const TextNDEFRecord* NdefRecordHandler::textRecord() const
+{
+    if (!d->record)
+        return nullptr;
+    const NDEFRecordType type = d->record->getType();
+    if (type == NDEFRecordType::Text)
+        return static_cast<const TextNDEFRecord*>(d->record);
+    if (type == NDEFRecordType::SmartPoster) {
+        const QList<const TextNDEFRecord*> titles =
+            static_cast<const SmartPosterNDEFRecord*>(d->record)->getTitleRecords();
+        return titles.isEmpty() ? nullptr : selectTextRecord(titles);
+    }
+    return nullptr;
+}
+
+QString NdefRecordHandler::textString() const
+{
+    const TextNDEFRecord* text = textRecord();
+    if (!text)
+        return QString();
+
+    const QByteArray bytes = text->getText();
+    const int encoding = text->getEncoding();
+    if (encoding == TextNDEFRecord::Utf8)
+        return utf8(bytes);
+    if (encoding == TextNDEFRecord::Utf16 && bytes.size() >= 2) {
+        const uchar first = uchar(bytes.at(0));
+        const uchar second = uchar(bytes.at(1));
+        if (first == 0xfe && second == 0xff)
+            return utf16(bytes, 2, true, false);
+        if (first == 0xff && second == 0xfe)
+            return utf16(bytes, 2, false, false);
+        // No byte-order mark: big-endian, as NDEF text records default to.
+        return utf16(bytes, 0, true, true);
+    }
+    qWarning("NdefRecordHandler: unable to get text from TextNDEFRecord");
+    return QString();
+}
+
+// A record in the UI language and country wins at once; otherwise the last record in the UI
+// language, else the first English record, else the first record.
+const TextNDEFRecord* NdefRecordHandler::selectTextRecord(const QList<const TextNDEFRecord*>& records)
+{
+    const UiLocale locale;
+    const QString language = locale.language();
+    if (records.isEmpty()) {
+        qWarning("NdefRecordHandler: Unable to select text record from empty list!");
+        return nullptr;
+    }
+
+    const QString country = locale.country();
+    const TextNDEFRecord* choice = nullptr;
+    for (const TextNDEFRecord* record : records) {
+        const QString tag = latin1(record->getLanguage());
+        if (tag.startsWith(language, Qt::CaseInsensitive)) {
+            if (tag.endsWith(country, Qt::CaseInsensitive))
+                return record;
+            choice = record;
+        } else if (!choice && tag.startsWith(QLatin1String("en"), Qt::CaseInsensitive)) {
+            choice = record;
+        }
+    }
+    return choice ? choice : records.first();
+}
+
+void NdefRecordHandler::setDefaultApplicationKey(const QString& key)
+{
+    d->defaultApplicationKey = key;
+}
+
+QString NdefRecordHandler::defaultApplication() const
+{
+    if (!d->record)
+        return QString();
+    d->loadDefaultApplicationDatabase();
+    return d->defaultApplicationDatabase.value(d->recordType());
+}
+
+void NdefRecordHandler::setDefaultApplication(const QString& application)
+{
+    if (!d->record)
+        return;
+    // Reloaded first so that choices saved by other handlers in the meantime are kept.
+    d->loadDefaultApplicationDatabase();
+    d->defaultApplicationDatabase.insert(d->recordType(), application);
+    d->saveDefaultApplicationDatabase();
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Classification
+
+NdefRecordHandlerPrivate::NdefRecordHandlerPrivate(const NDEFRecord* record)
+    : predefinedSupport(false)
+    , supported(false)
+    , record(record)
+    , dataFile(nullptr)
+{
+}
+
+NdefRecordHandlerPrivate::~NdefRecordHandlerPrivate() = default;
+
+const URINDEFRecord* NdefRecordHandlerPrivate::uriRecord() const
+{
+    if (!record)
+        return nullptr;
+    const NDEFRecordType type = record->getType();
+    const URINDEFRecord* candidate = nullptr;
+    if (type == NDEFRecordType::SmartPoster)
+        candidate = static_cast<const SmartPosterNDEFRecord*>(record)->getURIRecord();
+    else if (type == NDEFRecordType::URI)
+        candidate = static_cast<const URINDEFRecord*>(record);
+
+    if (!candidate || !isValidUriRecord(candidate))
+        return nullptr;
+    return candidate;
+}
+
+bool NdefRecordHandlerPrivate::isValidUriRecord(const URINDEFRecord* uriRecord) const
+{
+    const QByteArray bytes = uriRecord->getURI();
+    if (!isValidUtf8(bytes)) {
+        qWarning("NdefRecordHandler: URI NDEF record contained URI with invalid UTF-8");
+        return false;
+    }
+
+    // Only the schemes that are acted on directly must carry data; any other URI is left to the
+    // application that opens it.
+    const QString uri = utf8UpToNul(bytes);
+    if (!isValidURIStart(uri))
+        return true;
+
+    const QStringList pieces = uri.split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    if (pieces.size() < 2 || pieces.at(1).startsWith(QLatin1Char('?'))
+        || pieces.at(1).startsWith(QLatin1Char('#'))) {
+        qWarning("NdefRecordHandler: URI '%s' does not have valid data", uri.toLocal8Bit().constData());
+        return false;
+    }
+    return true;
+}
+
+bool NdefRecordHandlerPrivate::isValidURIStart(const QString& uri) const
+{
+    for (const QString& start : validURIStarts) {
+        if (uri.startsWith(start))
+            return true;
+    }
+    return false;
+}
+
+QString NdefRecordHandlerPrivate::uriString() const
+{
+    const URINDEFRecord* uri = uriRecord();
+    if (!uri)
+        return QString();
+
+    QString text = utf8UpToNul(uri->getURI());
+    if (!text.contains(QLatin1Char(':')))
+        text.prepend(QLatin1String("http://"));
+    // A relative file URI is taken to lie in the user's documents folder.
+    if (text.startsWith(QLatin1String(relativeFilePrefix)) && !text.startsWith(QLatin1String(absoluteFilePrefix)))
+        text.replace(0, int(qstrlen(relativeFilePrefix)), QLatin1String(documentsFilePrefix));
+    return text;
+}
+
+QString NdefRecordHandlerPrivate::mimeType()
+{
+    if (!record || record->getType().getTNF() != NDEFRecordType::MimeMedia || !saveRecordData())
+        return QString();
+    return utf8(record->getType().getName());
+}
+
+QString NdefRecordHandlerPrivate::externalType() const
+{
+    if (!record || record->getType().getTNF() != NDEFRecordType::External)
+        return QString();
+    return utf8(record->getType().getName());
+}
+
+QString NdefRecordHandlerPrivate::externalTypeContent() const
+{
+    if (!record || record->getType().getTNF() != NDEFRecordType::External)
+        return QString();
+    const QByteArray payload = record->getPayload();
+    if (!isValidUtf8(payload)) {
+        qWarning("NdefRecordHandler: External NDEF record contained invalid UTF-8");
+        return QString();
+    }
+    return utf8UpToNul(payload);
+}
+
+QString NdefRecordHandlerPrivate::recordType()
+{
+    if (!record)
+        return QString();
+
+    QString key = defaultApplicationKey;
+    // All three are computed; asking for the MIME type saves the data file.
+    const QString uri = uriString();
+    const QString mime = mimeType();
+    const QString external = externalType();
+    if (!uri.isEmpty())
+        key.append(uri.left(uri.indexOf(QLatin1Char(':'))));
+    else if (!mime.isEmpty())
+        key.append(mime);
+    else if (!external.isEmpty())
+        key.append(external);
+    else
+        key.append(QString::fromLatin1(record->getType().getName().constData()));
+    return key;
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Support and content actions
+
+void NdefRecordHandlerPrivate::resolveSupport()
+{
+    supported = false;
+    if (!record)
+        return;
+    if (record->getType() == NDEFRecordType::Text) {
+        supported = true;
+        return;
+    }
+
+    const QString uri = uriString();
+    const QString mime = mimeType();
+    const QString external = externalType();
+    if (!uri.isEmpty())
+        createContentActionsForUri();
+    else if (!mime.isEmpty())
+        createContentActionsForMime(mime);
+    else if (!external.isEmpty())
+        createContentActionsForExternalType(external, externalTypeContent());
+    else
+        return;
+    supported = !actions.isEmpty();
+}
+
+void NdefRecordHandlerPrivate::resolvePredefinedSupport()
+{
+    predefinedSupport = false;
+    if (!record)
+        return;
+    if (record->getType() == NDEFRecordType::Text) {
+        predefinedSupport = true; // stored as a note
+        return;
+    }
+
+    const QString uri = uriString();
+    if (!uri.isEmpty()) {
+        if (uri.startsWith(QLatin1String("tel:")) || uri.startsWith(QLatin1String("callto:"))
+            || uri.startsWith(QLatin1String("sms:"))) {
+            predefinedSupport = true;
+        } else if (uri.startsWith(QLatin1String("http:")) || uri.startsWith(QLatin1String("https:"))) {
+            // With several possible handlers the user is offered the choice.
+            predefinedSupport = actions.size() == 1;
+        }
+        return;
+    }
+
+    const int tnf = record->getType().getTNF();
+    if (tnf == NDEFRecordType::MimeMedia) {
+        const QString typeName = utf8(record->getType().getName());
+        predefinedSupport = typeName.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive)
+            || typeName.startsWith(QLatin1String(directoryType), Qt::CaseInsensitive);
+    } else if (tnf == NDEFRecordType::External) {
+        predefinedSupport = isStoreLink(externalType());
+    }
+}
+
+void NdefRecordHandlerPrivate::createContentActionsForUri()
+{
+    const QString uri = uriString();
+    if (uri.startsWith(QLatin1String(relativeFilePrefix))) {
+        actions = ContentAction::Action::actionsForFile(QUrl(uri));
+        return;
+    }
+    actions = ContentAction::Action::actionsForString(uri);
+    if (actions.isEmpty() || !actions.first().isValid())
+        actions = ContentAction::Action::actionsForScheme(uri);
+}
+
+// A contact card is offered only its default handler; other media types every handler. When the
+// given MIME type finds nothing, the library is asked again to detect the type from the file.
+void NdefRecordHandlerPrivate::createContentActionsForMime(const QString& mimeType)
+{
+    const bool contactCard = mimeType.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive);
+    const QUrl url = QUrl::fromLocalFile(dataFile->fileName());
+
+    if (contactCard) {
+        actions.clear();
+        const ContentAction::Action action = ContentAction::Action::defaultActionForFile(url, mimeType);
+        if (action.isValid())
+            actions.append(action);
+    } else {
+        actions = ContentAction::Action::actionsForFile(url, mimeType);
+    }
+    if (!actions.isEmpty() && actions.first().isValid())
+        return;
+
+    if (contactCard) {
+        actions.clear();
+        const ContentAction::Action action = ContentAction::Action::defaultActionForFile(url);
+        if (action.isValid())
+            actions.append(action);
+    } else {
+        actions = ContentAction::Action::actionsForFile(url);
+    }
+}
+
+void NdefRecordHandlerPrivate::createContentActionsForExternalType(const QString& externalType,
+                                                                   const QString& content)
+{
+    if (isStoreLink(externalType)) {
+        actions.clear();
+        const ContentAction::Action action =
+            ContentAction::Action::launcherAction(QLatin1String(storeClientEntry), QStringList() << content);
+        if (action.isValid())
+            actions.append(action);
+        return;
+    }
+    actions = ContentAction::Action::actionsForString(content);
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Default application database
+
+// The file is a Qt 4.6 data stream of the table: the number of pairs, then the key and value
+// strings of each pair, written in the reverse of the table's iteration order.
+void NdefRecordHandlerPrivate::loadDefaultApplicationDatabase() const
+{
+    const QFileInfo info(databaseFilePath);
+    if (!info.exists())
+        return;
+
+    QFile file(info.absoluteFilePath());
+    if (!file.open(QIODevice::ReadOnly)) {
+        qWarning("NdefRecordHandler: Unable to read %s", databaseFilePath.toLocal8Bit().constData());
+        return;
+    }
+    QDataStream stream(&file);
+    stream.setVersion(QDataStream::Qt_4_6);
+    // Replaces the table. Every pair is added, a later one hiding an earlier one of the same key;
+    // a damaged or short file leaves the table empty.
+    stream >> defaultApplicationDatabase;
+    file.flush();
+    file.close();
+}
+
+void NdefRecordHandlerPrivate::saveDefaultApplicationDatabase()
+{
+    const QFileInfo info(databaseFilePath);
+    if (!info.exists())
+        QDir().mkpath(info.absolutePath());
+
+    QFile file(info.absoluteFilePath());
+    if (!file.open(QIODevice::WriteOnly)) {
+        qWarning("NdefRecordHandler: Unable to write %s", databaseFilePath.toLocal8Bit().constData());
+        return;
+    }
+    QDataStream stream(&file);
+    stream.setVersion(QDataStream::Qt_4_6);
+    stream << defaultApplicationDatabase;
+    file.flush();
+    file.close();
+}
+
+// ---------------------------------------------------------------------------------------------------
+// Record data files
+
+bool NdefRecordHandlerPrivate::saveRecordData()
+{
+    if (dataFile)
+        return true;
+
+    const QString typeName = utf8(record->getType().getName());
+    dataFile = new QTemporaryFile(QLatin1String(dataFileTemplate));
+    if (!dataFile->open()) {
+        qWarning("temp file writting failed - handling mime tag. ");
+        delete dataFile;
+        dataFile = nullptr;
+        return false;
+    }
+    dataFile->write(record->getPayload());
+    dataFile->close();
+
+    if (typeName.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive)) {
+        QString name;
+        QString details;
+        if (!ContactExporter::resolveContactInfo(QFileInfo(dataFile->fileName()), name, details)) {
+            qWarning("Tag contains corrupted contact information");
+            delete dataFile;
+            dataFile = nullptr;
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace ConnUi
