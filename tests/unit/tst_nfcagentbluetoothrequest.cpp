@@ -191,6 +191,7 @@ private Q_SLOTS:
     void constructionWithoutPlatformAdapterIsAllowed();
     void accessorsReadBackWhatWasGiven();
     void propertiesAndTypeKeys();
+    void metaObjectListsSignalsThenSlotsInOrder();
 
     // start()
     void startFailsWithoutValidAdapter_data();
@@ -1631,6 +1632,35 @@ void tst_nfcagentbluetoothrequest::disconnectionFailureClearsIgnoreAddressAndFai
     QCOMPARE(outcome.failures(), QStringList {QStringLiteral("Not connected")});
     QCOMPARE(outcome.outcomes(), 1);
     COMPARE_CALLS(banners(), QStringList());
+}
+
+void tst_nfcagentbluetoothrequest::metaObjectListsSignalsThenSlotsInOrder()
+{
+    const QMetaObject* meta = &ConnUi::NfcAgentBluetoothRequest::staticMetaObject;
+    QStringList signatures;
+    QStringList parameters;
+    QList<QMetaMethod::Access> access;
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        signatures << QString::fromLatin1(method.methodSignature());
+        parameters << QString::fromLatin1(method.parameterNames().join(','));
+        if (method.methodType() == QMetaMethod::Slot)
+            access << method.access();
+    }
+    QCOMPARE(signatures, QStringList({"dialogShown()", "accepted()", "rejected()", "failed(QString)", "start()",
+                                      "stop()", "startPoweringBluetoothAdapter()",
+                                      "startBtDeviceConnect(BluetoothDevice)", "bluetoothPropertyChanged(QString)",
+                                      "bluetoothAdapterPowered()", "pairBluetoothDevice()",
+                                      "connectBtDevice(BluetoothDevice)", "disconnectBtDevice(BluetoothDevice)",
+                                      "dialogFinished()", "pairingFinished()", "connected()",
+                                      "connectionFailed(QString)", "disconnected()",
+                                      "disconnectionFailed(QString)"}));
+    QCOMPARE(parameters, QStringList({"", "", "", "reason", "", "", "", "device", "property", "", "", "device",
+                                      "device", "", "", "", "reason", "", "reason"}));
+    QList<QMetaMethod::Access> expectedAccess = {QMetaMethod::Public, QMetaMethod::Public};
+    for (int i = 0; i < 13; ++i)
+        expectedAccess << QMetaMethod::Private;
+    QCOMPARE(access, expectedAccess);
 }
 
 QTEST_GUILESS_MAIN(tst_nfcagentbluetoothrequest)
