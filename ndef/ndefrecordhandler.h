@@ -49,7 +49,7 @@ private:
     Q_DISABLE_COPY(NdefRecordHandler)
     NdefRecordHandlerPrivate* const d;
     // The command-line inspector shows the URI string and the record key as the handler computes them.
-    friend class NdefRecordInspector;
+    friend class NdefRecordExaminer;
 };
 
 } // namespace ConnUi

@@ -33,7 +33,7 @@ Q_DECLARE_METATYPE(NdefWriter::Record)
 namespace ConnUi {
 
 // The URI string, the record key and the in-memory database, which the handler keeps to itself.
-class NdefRecordInspector
+class NdefRecordExaminer
 {
 public:
     static QString uriString(const NdefRecordHandler& handler) { return handler.d->uriString(); }
@@ -47,7 +47,7 @@ public:
 } // namespace ConnUi
 
 using ConnUi::NdefRecordHandler;
-using ConnUi::NdefRecordInspector;
+using ConnUi::NdefRecordExaminer;
 
 namespace {
 
@@ -399,7 +399,7 @@ void tst_NdefRecordHandler::nullRecordIsUnsupportedAndHasNoKey()
     QVERIFY(!handler->hasPredefinedSupport());
     QVERIFY(handler->actions().isEmpty());
     QVERIFY(!handler->dataFile());
-    QVERIFY(NdefRecordInspector::recordType(*handler).isNull());
+    QVERIFY(NdefRecordExaminer::recordType(*handler).isNull());
     QVERIFY(handler->defaultApplication().isNull());
 
     handler->setDefaultApplication(QStringLiteral("App"));
@@ -439,7 +439,7 @@ void tst_NdefRecordHandler::recordKey()
     QFETCH(QStringList, warnings);
 
     Handler handler(new NdefRecordHandler(parse(record)));
-    QCOMPARE(NdefRecordInspector::recordType(*handler), key);
+    QCOMPARE(NdefRecordExaminer::recordType(*handler), key);
     QCOMPARE(takeWarnings(), warnings);
 }
 
@@ -452,7 +452,7 @@ void tst_NdefRecordHandler::recordKeyOfUnsavableMimeRecordIsItsTypeName()
     {
         NoFreeFileDescriptors noFiles;
         handler.reset(new NdefRecordHandler(record));
-        key = NdefRecordInspector::recordType(*handler);
+        key = NdefRecordExaminer::recordType(*handler);
         mimeType = handler->mimeType();
     }
     QCOMPARE(key, QStringLiteral("image/png"));
@@ -465,11 +465,11 @@ void tst_NdefRecordHandler::recordKeyStartsWithCallerPrefix()
 {
     Handler handler(new NdefRecordHandler(parse(NdefWriter::uri(QStringLiteral("http://host/page")))));
     handler->setDefaultApplicationKey(QStringLiteral("Sigx"));
-    QCOMPARE(NdefRecordInspector::recordType(*handler), QStringLiteral("Sigxhttp"));
+    QCOMPARE(NdefRecordExaminer::recordType(*handler), QStringLiteral("Sigxhttp"));
 
     Handler text(new NdefRecordHandler(parse(NdefWriter::text("en", QStringLiteral("Hello")))));
     text->setDefaultApplicationKey(QStringLiteral("ab"));
-    QCOMPARE(NdefRecordInspector::recordType(*text), QStringLiteral("abT"));
+    QCOMPARE(NdefRecordExaminer::recordType(*text), QStringLiteral("abT"));
 }
 
 void tst_NdefRecordHandler::uriValidation_data()
@@ -501,7 +501,7 @@ void tst_NdefRecordHandler::uriValidation()
     Handler handler(new NdefRecordHandler(record));
     if (accepted) {
         QCOMPARE(handler->uriRecord(), static_cast<const URINDEFRecord*>(record));
-        QVERIFY(!NdefRecordInspector::uriString(*handler).isEmpty());
+        QVERIFY(!NdefRecordExaminer::uriString(*handler).isEmpty());
         QCOMPARE(takeWarnings(), QStringList());
     } else {
         QVERIFY(!handler->uriRecord());
@@ -513,7 +513,7 @@ void tst_NdefRecordHandler::uriWithInvalidUtf8IsRejected()
 {
     Handler handler(new NdefRecordHandler(parse(NdefWriter::raw(1, "U", QByteArray::fromHex("03" "686f73742f" "c328")))));
     QVERIFY(!handler->uriRecord());
-    QVERIFY(NdefRecordInspector::uriString(*handler).isNull());
+    QVERIFY(NdefRecordExaminer::uriString(*handler).isNull());
     QCOMPARE(takeWarnings(), times(3, invalidUtf8UriWarning));
 }
 
@@ -532,7 +532,7 @@ void tst_NdefRecordHandler::rejectedUriWarnsOnEveryQuery()
     QVERIFY(!handler->uriRecord());
     QVERIFY(!handler->isCallUri());
     QVERIFY(!handler->isSmsUri());
-    QCOMPARE(NdefRecordInspector::recordType(*handler), QStringLiteral("U"));
+    QCOMPARE(NdefRecordExaminer::recordType(*handler), QStringLiteral("U"));
     QCOMPARE(takeWarnings(), times(4, noDataWarning(QStringLiteral("tel:"))));
 }
 
@@ -558,7 +558,7 @@ void tst_NdefRecordHandler::uriString()
     QFETCH(QString, uriString);
 
     Handler handler(new NdefRecordHandler(parse(NdefWriter::uri(uri))));
-    QCOMPARE(NdefRecordInspector::uriString(*handler), uriString);
+    QCOMPARE(NdefRecordExaminer::uriString(*handler), uriString);
 }
 
 void tst_NdefRecordHandler::smartPosterUriIsItsUriSubRecord()
@@ -569,7 +569,7 @@ void tst_NdefRecordHandler::smartPosterUriIsItsUriSubRecord()
     const URINDEFRecord* uri = static_cast<const SmartPosterNDEFRecord*>(record)->getURIRecord();
     QVERIFY(uri);
     QCOMPARE(handler->uriRecord(), uri);
-    QCOMPARE(NdefRecordInspector::uriString(*handler), QStringLiteral("sms:+123?body=hi"));
+    QCOMPARE(NdefRecordExaminer::uriString(*handler), QStringLiteral("sms:+123?body=hi"));
 }
 
 void tst_NdefRecordHandler::smartPosterWithoutUriHasNoUri()
@@ -577,8 +577,8 @@ void tst_NdefRecordHandler::smartPosterWithoutUriHasNoUri()
     const QByteArray titleOnly = NdefWriter::message({NdefWriter::text("en", QStringLiteral("Title"))});
     Handler handler(new NdefRecordHandler(parse(NdefWriter::raw(1, "Sp", titleOnly))));
     QVERIFY(!handler->uriRecord());
-    QVERIFY(NdefRecordInspector::uriString(*handler).isNull());
-    QCOMPARE(NdefRecordInspector::recordType(*handler), QStringLiteral("Sp"));
+    QVERIFY(NdefRecordExaminer::uriString(*handler).isNull());
+    QCOMPARE(NdefRecordExaminer::recordType(*handler), QStringLiteral("Sp"));
 }
 
 void tst_NdefRecordHandler::callAndSmsUris_data()
@@ -795,7 +795,7 @@ void tst_NdefRecordHandler::predefinedUriSupport()
     QFETCH(bool, predefined);
 
     Handler probe(new NdefRecordHandler(parse(NdefWriter::uri(uri))));
-    const QString uriString = NdefRecordInspector::uriString(*probe);
+    const QString uriString = NdefRecordExaminer::uriString(*probe);
     QStringList names;
     for (int i = 0; i < actionCount; ++i)
         names.append(QStringLiteral("app%1").arg(i));
@@ -1280,10 +1280,10 @@ void tst_NdefRecordHandler::pairsAreWrittenInReverseTableOrder()
     Handler last;
     for (const NDEFRecord* record : records) {
         last.reset(new NdefRecordHandler(record));
-        last->setDefaultApplication(QStringLiteral("app for ") + NdefRecordInspector::recordType(*last));
+        last->setDefaultApplication(QStringLiteral("app for ") + NdefRecordExaminer::recordType(*last));
     }
 
-    const QHash<QString, QString> table = NdefRecordInspector::database(*last);
+    const QHash<QString, QString> table = NdefRecordExaminer::database(*last);
     QCOMPARE(table.size(), 5);
     QList<QPair<QString, QString>> expected;
     for (auto it = table.constBegin(); it != table.constEnd(); ++it)
@@ -1327,7 +1327,7 @@ void tst_NdefRecordHandler::damagedDatabaseLoadsAsEmptyTable()
     QVERIFY(writeFile(databasePath(), contents));
 
     QVERIFY(handler->defaultApplication().isNull());
-    QVERIFY(NdefRecordInspector::database(*handler).isEmpty());
+    QVERIFY(NdefRecordExaminer::database(*handler).isEmpty());
 }
 
 void tst_NdefRecordHandler::missingDatabaseKeepsTable()

@@ -9,7 +9,7 @@
 #include "jsonline.h"
 #include "ndefmessage.h"
 #include "ndefrecordhandler.h"
-#include "ndefrecordinspector.h"
+#include "ndefrecordexaminer.h"
 #include "toolsupport.h"
 
 namespace NdefTool {
@@ -100,7 +100,7 @@ int runRemember(const QStringList& arguments)
     if (parser.isSet(prefixOption))
         handler->setDefaultApplicationKey(prefix);
     handler->setDefaultApplication(application);
-    const QString key = ConnUi::NdefRecordInspector::recordKey(*handler);
+    const QString key = ConnUi::NdefRecordExaminer::recordKey(*handler);
     deleteHandler(handler);
 
     // A fresh handler knows only what is in the file, so this also tells whether the file was written.

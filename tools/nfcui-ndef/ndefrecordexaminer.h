@@ -1,5 +1,5 @@
-#ifndef NFCUI_NDEF_NDEFRECORDINSPECTOR_H
-#define NFCUI_NDEF_NDEFRECORDINSPECTOR_H
+#ifndef NFCUI_NDEF_NDEFRECORDEXAMINER_H
+#define NFCUI_NDEF_NDEFRECORDEXAMINER_H
 
 #include <QByteArray>
 #include <QString>
@@ -11,7 +11,7 @@ class NdefRecordHandler;
 // Shows what an NdefRecordHandler computes for its record. The handler names this class a friend,
 // so the URI string and the record key come from the handler's private half itself rather than
 // from a second implementation of the same rules.
-class NdefRecordInspector
+class NdefRecordExaminer
 {
 public:
     // The record kinds the inspector tells apart.

@@ -13,7 +13,7 @@
 #include "jsonline.h"
 #include "ndefmessage.h"
 #include "ndefrecordhandler.h"
-#include "ndefrecordinspector.h"
+#include "ndefrecordexaminer.h"
 #include "toolsupport.h"
 
 namespace NdefTool {
@@ -141,7 +141,7 @@ int runInspect(const QStringList& arguments)
         handlers.append(handler);
         if (parser.isSet(prefixOption))
             handler->setDefaultApplicationKey(parser.value(prefixOption));
-        printLine(ConnUi::NdefRecordInspector::describe(index, *handler));
+        printLine(ConnUi::NdefRecordExaminer::describe(index, *handler));
     }
 
     if (hold)

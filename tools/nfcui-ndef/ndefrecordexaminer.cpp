@@ -1,4 +1,4 @@
-#include "ndefrecordinspector.h"
+#include "ndefrecordexaminer.h"
 
 #include <QStringList>
 #include <QTemporaryFile>
@@ -12,7 +12,7 @@
 
 namespace ConnUi {
 
-QString NdefRecordInspector::kind(const NdefRecordHandler& handler)
+QString NdefRecordExaminer::kind(const NdefRecordHandler& handler)
 {
     const NDEFRecord* record = handler.record();
     if (!record)
@@ -30,17 +30,17 @@ QString NdefRecordInspector::kind(const NdefRecordHandler& handler)
     return QStringLiteral("other");
 }
 
-QString NdefRecordInspector::uriString(const NdefRecordHandler& handler)
+QString NdefRecordExaminer::uriString(const NdefRecordHandler& handler)
 {
     return handler.d->uriString();
 }
 
-QString NdefRecordInspector::recordKey(const NdefRecordHandler& handler)
+QString NdefRecordExaminer::recordKey(const NdefRecordHandler& handler)
 {
     return handler.d->recordType();
 }
 
-QByteArray NdefRecordInspector::describe(int index, const NdefRecordHandler& handler)
+QByteArray NdefRecordExaminer::describe(int index, const NdefRecordHandler& handler)
 {
     NdefTool::JsonLine line;
     line.add(QStringLiteral("index"), index);
