@@ -1,5 +1,7 @@
 #include "ndefmessage.h"
 
+#include "ndefheader_p.h"
+
 #include <QScopedPointer>
 
 #include "ndefmessageparser_p.h"
@@ -10,14 +12,13 @@
 
 namespace {
 
-enum HeaderFlag : quint8 {
-    MessageBegin = 0x80,
-    MessageEnd = 0x40,
-    ChunkFlag = 0x20,
-    ShortRecord = 0x10,
-    IdLength = 0x08,
-    TnfMask = 0x07
-};
+using NdefHeader::MessageBegin;
+using NdefHeader::MessageEnd;
+using NdefHeader::ChunkFlag;
+using NdefHeader::ShortRecord;
+using NdefHeader::IdLength;
+using NdefHeader::TnfMask;
+using HeaderFlag = NdefHeader::Flag;
 
 // Reads the message front to back. Every read is checked against the end of the data before
 // anything is read, and fails rather than read past it.

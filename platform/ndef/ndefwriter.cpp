@@ -1,17 +1,17 @@
 #include "ndefwriter.h"
 
+#include "ndefheader_p.h"
+
 namespace NdefWriter {
 
 namespace {
 
-enum HeaderFlag : quint8 {
-    MessageBegin = 0x80,
-    MessageEnd = 0x40,
-    ChunkFlag = 0x20,
-    ShortRecord = 0x10,
-    IdLength = 0x08,
-    TnfMask = 0x07
-};
+using NdefHeader::MessageBegin;
+using NdefHeader::MessageEnd;
+using NdefHeader::ChunkFlag;
+using NdefHeader::ShortRecord;
+using NdefHeader::IdLength;
+using NdefHeader::TnfMask;
 
 const int wellKnownTnf = 1;
 const int mimeTnf = 2;
