@@ -116,6 +116,8 @@ void NfcAgentDialogPlugin::notifyTouch(const QDBusObjectPath& target, int touchS
 {
     Q_UNUSED(target)
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
 
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     if (!d->overlay)
@@ -140,6 +142,8 @@ void NfcAgentDialogPlugin::dataDeliveryRequested(const NdefMessageHandlerList& h
                                                  const QDBusObjectPath& target, const QByteArray& data)
 {
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
 
     qDebug("NDEF data received: %s", data.toHex().constData());
     d->touchTimer.start();
@@ -158,7 +162,7 @@ void NfcAgentDialogPlugin::dataDeliveryRequested(const NdefMessageHandlerList& h
     request->start();
     d->requests.add(request);
 
-    qDebug("Tag reading request started %dms after touch", int(d->touchTimer.elapsed()));
+    qDebug("Tag reading request started %dms after touch", d->elapsedSinceTouch());
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -168,6 +172,8 @@ void NfcAgentDialogPlugin::sharingPermissionRequested(const QString& carrier, co
                                                       const QStringList& resources)
 {
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
     d->closeTagReadRequest();
 
     NfcAgentSharingRequest* request =
@@ -181,6 +187,8 @@ void NfcAgentDialogPlugin::sharingPermissionRequested(const QString& carrier, co
 void NfcAgentDialogPlugin::sharingSelectionRequested(const QString& carrier, const QVariant& info)
 {
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
     d->closeTagReadRequest();
 
     NfcAgentSharingRequest* request = new NfcAgentSharingRequest(NfcAgentSharingRequest::SharingSelection,
@@ -198,6 +206,8 @@ void NfcAgentDialogPlugin::btPairingRequested(const QDBusObjectPath& target, con
                                               const QString& name, uint cod, const QString& pin)
 {
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
 
     // A new pairing displaces the previous one, which then gets no reply and no broadcast.
     if (d->pairingRequest) {
@@ -225,6 +235,8 @@ void NfcAgentDialogPlugin::btConnectionRequested(const QDBusObjectPath& target, 
                                                  const QString& name, uint cod)
 {
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
 
     NfcAgentBluetoothRequest* request =
         new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Connect, d->server, target, addr, name, cod);
@@ -239,6 +251,8 @@ void NfcAgentDialogPlugin::btDisconnectionRequested(const QDBusObjectPath& targe
                                                     const QString& name, uint cod)
 {
     NfcAgentDialogPluginPrivate* d = d_ptr;
+    if (!d)
+        return; // a late call after destroy()
 
     NfcAgentBluetoothRequest* request =
         new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Disconnect, d->server, target, addr, name, cod);
@@ -272,6 +286,12 @@ NfcAgentDialogPluginPrivate::~NfcAgentDialogPluginPrivate()
 
 void NfcAgentDialogPluginPrivate::resetRequest()
 {
+}
+
+// Milliseconds since the last NDEF data arrived; 0 before any data arrived (a null timer).
+int NfcAgentDialogPluginPrivate::elapsedSinceTouch() const
+{
+    return touchTimer.isValid() ? int(touchTimer.elapsed()) : 0;
 }
 
 // Stops a tag read request that a newer call displaces. Its signals are cut off first: the rejection it
@@ -347,7 +367,7 @@ void NfcAgentDialogPluginPrivate::unlockScreen()
 
 void NfcAgentDialogPluginPrivate::tagReadDialogShown()
 {
-    qDebug("NFC tag reading took %dms", int(touchTimer.elapsed()));
+    qDebug("NFC tag reading took %dms", elapsedSinceTouch());
 }
 
 // Reply slots. Each finds its request as the sender; without one it only warns. The reply needs the

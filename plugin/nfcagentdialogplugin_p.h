@@ -30,6 +30,7 @@ public:
 
     // Called by every reply slot after it has replied. Deliberately empty.
     void resetRequest();
+    int elapsedSinceTouch() const;
 
     // Broadcasts on the system bus around an NFC pairing.
     void signalNfcPairingStarted();

@@ -222,9 +222,8 @@ void NfcAgentTagReadRequest::showConfirmationDialog()
     }
 
     if (!confirmation) {
-        // Nothing the user could be shown for this record: say so, and reject once the user has seen it.
-        qWarning("NfcAgentTagReadRequest: nothing to show for the selected record");
-        showErrorDialog(NfcTagNotSupportedDialog::ContentNotSupported);
+        // Nothing the user could be shown or asked for this record: the request ends here, declined.
+        Q_EMIT rejected();
         return;
     }
 

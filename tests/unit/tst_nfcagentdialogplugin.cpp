@@ -437,6 +437,34 @@ private Q_SLOTS:
         plugin.destroy();
     }
 
+    // destroy() leaves the agent alive and connected; a call it still delivers reaches no private half.
+    void lateAgentCallAfterDestroyIsIgnored()
+    {
+        FakeDialogServer server;
+        NfcAgentDialogPlugin plugin;
+        plugin.initialize(&server);
+        QPointer<NfcAgent> agent = d(plugin)->agent;
+        plugin.destroy();
+        FakePlatform::clearCalls();
+        emit agent->notifyTouch(QDBusObjectPath("/tag"), 1);
+        emit agent->sharingSelectionRequested(QStringLiteral("bt"), 1);
+        emit agent->dataDeliveryRequested(NdefMessageHandlerList(), QDBusObjectPath("/tag"), QByteArray());
+        emit agent->btConnectionRequested(QDBusObjectPath("/dev"), QStringLiteral("00:11"), QString(), 0);
+        QVERIFY(server.shownDialogs().isEmpty());
+        QVERIFY(FakePlatform::calls().isEmpty());
+        delete agent.data();
+    }
+
+    void tagReadDialogShownBeforeAnyDataReportsZero()
+    {
+        FakeDialogServer server;
+        NfcAgentDialogPlugin plugin;
+        plugin.initialize(&server);
+        QTest::ignoreMessage(QtDebugMsg, "NFC tag reading took 0ms");
+        d(plugin)->tagReadDialogShown();
+        plugin.destroy();
+    }
+
     void resetRequestDoesNothing()
     {
         FakeDialogServer server;
