@@ -173,7 +173,7 @@ const TextNDEFRecord* NdefRecordHandler::textRecord() const
     if (type == NDEFRecordType::SmartPoster) {
         const QList<const TextNDEFRecord*> titles =
             static_cast<const SmartPosterNDEFRecord*>(d->record)->getTitleRecords();
-        return titles.isEmpty() ? nullptr : selectTextRecord(titles);
+        return selectTextRecord(titles);
     }
     return nullptr;
 }

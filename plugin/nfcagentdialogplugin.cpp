@@ -303,9 +303,9 @@ void NfcAgentDialogPluginPrivate::dropRequest(NfcAgentTagReadRequest* request)
     request->deleteLater();
 }
 
-// After its reply a request is deleted later; nothing it emits until then (a tag read request rejects
-// once more when its destructor closes its dialog) gives a second reply.
-void NfcAgentDialogPluginPrivate::finishRequest(QObject* request)
+// After its reply a tag read request is deleted later; the rejection its destructor emits when it
+// closes the dialog it still holds must not give a second reply.
+void NfcAgentDialogPluginPrivate::finishRequest(NfcAgentTagReadRequest* request)
 {
     QObject::disconnect(request, nullptr, this, nullptr);
 }
@@ -410,7 +410,6 @@ void NfcAgentDialogPluginPrivate::sharingAccepted()
     }
     if (agent)
         agent->acceptSharing(request->sharingInfo());
-    finishRequest(request);
     request->deleteLater();
     resetRequest();
 }
@@ -424,7 +423,6 @@ void NfcAgentDialogPluginPrivate::sharingRejected()
     }
     if (agent)
         agent->rejectSharing(request->sharingInfo());
-    finishRequest(request);
     request->deleteLater();
     resetRequest();
 }
@@ -455,7 +453,6 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestAccepted()
         qWarning("Unknown NfcAgentBluetoothRequest type: %d", int(request->type()));
         break;
     }
-    finishRequest(request);
     resetRequest();
     request->deleteLater();
 }
@@ -471,7 +468,6 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestRejected()
         signalNfcPairingFinished();
     if (agent)
         agent->rejectDevice(request->targetPath());
-    finishRequest(request);
     resetRequest();
     request->deleteLater();
 }
@@ -488,7 +484,6 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestFailed(const QString& reason)
         signalNfcPairingFinished();
     if (agent)
         agent->replyError(request->targetPath(), reason);
-    finishRequest(request);
     resetRequest();
     request->deleteLater();
 }

@@ -37,7 +37,7 @@ public:
     void signalNfcPairingFinished();
 
     void dropRequest(NfcAgentTagReadRequest* request);
-    void finishRequest(QObject* request);
+    void finishRequest(NfcAgentTagReadRequest* request);
 
 public Q_SLOTS:
     void sharingAccepted();

@@ -123,6 +123,8 @@ private slots:
     void smartPosterWithTitle_data();
     void smartPosterWithTitle();
     void smartPosterWithInvalidUri();
+    void localeIsTakenAsGiven_data();
+    void localeIsTakenAsGiven();
     void textRecordsAreTheirOwn_data();
     void textRecordsAreTheirOwn();
     void utf16TextRecord();
@@ -143,6 +145,7 @@ private slots:
 
     void rememberThenInspect();
     void rememberWithPrefix();
+    void rememberStoresAnEmptyApplicationName();
     void rememberDatabaseFormat();
     void rememberReplacesAndKeeps();
     void rememberMimeRecordLeavesNoFile();
@@ -505,6 +508,34 @@ void TestNfcuiNdef::smartPosterWithTitle()
     QCOMPARE(r.value("supported").toBool(), true);
 }
 
+// The UI language and country are the ones given, even for a pair Qt would replace (fi_GB) and without
+// a country (then every language match is a full one, so the first wins).
+void TestNfcuiNdef::localeIsTakenAsGiven_data()
+{
+    QTest::addColumn<QString>("locale");
+    QTest::addColumn<QByteArray>("firstLanguage");
+    QTest::addColumn<QByteArray>("secondLanguage");
+    QTest::addColumn<QString>("language");
+    QTest::newRow("fi_GB") << "fi_GB" << QByteArray("fi-FI") << QByteArray("fi-GB") << "fi-GB";
+    QTest::newRow("fi without country") << "fi" << QByteArray("fi-SE") << QByteArray("fi-FI") << "fi-SE";
+    QTest::newRow("de_FI") << "de_FI" << QByteArray("de-DE") << QByteArray("de-FI") << "de-FI";
+}
+
+void TestNfcuiNdef::localeIsTakenAsGiven()
+{
+    QFETCH(QString, locale);
+    QFETCH(QByteArray, firstLanguage);
+    QFETCH(QByteArray, secondLanguage);
+    QFETCH(QString, language);
+    const NdefWriter::Record poster = NdefWriter::smartPoster(
+        QStringLiteral("http://example.com/poster"),
+        { qMakePair(firstLanguage, QString::fromLatin1(firstLanguage)),
+          qMakePair(secondLanguage, QString::fromLatin1(secondLanguage)) });
+    const QJsonObject r = inspectOne(hexOf({ poster }), { "--locale", locale });
+    QCOMPARE(r.value("language").toString(), language);
+    QCOMPARE(r.value("text").toString(), language);
+}
+
 void TestNfcuiNdef::smartPosterWithInvalidUri()
 {
     const NdefWriter::Record poster =
@@ -818,6 +849,17 @@ void TestNfcuiNdef::prefixInKey()
 
 // ---------------------------------------------------------------------------------------------------
 // remember
+
+void TestNfcuiNdef::rememberStoresAnEmptyApplicationName()
+{
+    const QString hex = str(hexOf({ NdefWriter::uri(QStringLiteral("sms:+123")) }));
+    const Run remember = run({ "remember", "--record", "0", "", "--hex", hex });
+    QCOMPARE(remember.exitCode, 0);
+    QFile database(m_home + QStringLiteral("/.nfc/defaulttaghandlers"));
+    QVERIFY(database.open(QIODevice::ReadOnly));
+    // One pair: "sms" and the empty (not null) string.
+    QCOMPARE(database.readAll().toHex(), QByteArray("0000000100000006" "0073006d0073" "00000000"));
+}
 
 void TestNfcuiNdef::rememberThenInspect()
 {

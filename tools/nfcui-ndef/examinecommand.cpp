@@ -2,7 +2,8 @@
 // JSON line per record with what the handler computed.
 #include <QCommandLineParser>
 #include <QList>
-#include <QLocale>
+
+#include "uilocale.h"
 #include <QRegularExpression>
 #include <QScopedPointer>
 #include <QTemporaryFile>
@@ -52,14 +53,17 @@ private:
     QList<ConnUi::NdefRecordHandler*> m_handlers;
 };
 
-// "fi_FI" or "fi"; Qt's parser falls back to the C locale for anything it does not know.
-bool parseLocale(const QString& name, QLocale* locale)
+// "fi_FI" or "fi", taken as given: the language and the country (none for "fi") go to the UI locale
+// unchanged, whether or not Qt knows the pair.
+bool parseLocale(const QString& name, QString* language, QString* country)
 {
-    static const QRegularExpression pattern(QStringLiteral("^[A-Za-z]{2,3}(_[A-Za-z]{2})?$"));
-    if (!pattern.match(name).hasMatch())
+    static const QRegularExpression pattern(QStringLiteral("^([A-Za-z]{2,3})(?:_([A-Za-z]{2}))?$"));
+    const QRegularExpressionMatch match = pattern.match(name);
+    if (!match.hasMatch())
         return false;
-    *locale = QLocale(name);
-    return locale->language() != QLocale::C;
+    *language = match.captured(1);
+    *country = match.captured(2);
+    return true;
 }
 
 // Blocks until standard input is closed; whatever arrives meanwhile is ignored.
@@ -108,12 +112,13 @@ int runInspect(const QStringList& arguments)
         return usageError(command, QStringLiteral("--locale and --prefix can be given only once"));
 
     if (parser.isSet(localeOption)) {
-        QLocale locale;
-        if (!parseLocale(parser.value(localeOption), &locale))
+        QString language;
+        QString country;
+        if (!parseLocale(parser.value(localeOption), &language, &country))
             return usageError(command, QStringLiteral("unknown locale '%1'; give it as ll_CC, for example fi_FI")
                                            .arg(parser.value(localeOption)));
-        // The handler reads the UI language and country from a default-constructed locale.
-        QLocale::setDefault(locale);
+        // The handler reads the UI language and country from the UI locale.
+        ConnUi::UiLocale::setCurrent(language, country);
     }
 
     QByteArray data;

@@ -75,9 +75,8 @@ int runRemember(const QStringList& arguments)
     QStringList positionals = parser.positionalArguments();
     if (positionals.isEmpty())
         return usageError(command, QStringLiteral("the APPLICATION to remember is missing"));
+    // Stored as given, even empty: that is what the user's choice was.
     const QString application = positionals.takeFirst();
-    if (application.isEmpty())
-        return usageError(command, QStringLiteral("the APPLICATION name is empty"));
 
     QByteArray data;
     bool fromStdin = false;
