@@ -26,7 +26,7 @@ const char inspectDescription[] =
     "object per record with what the plugin's record handler computes for it (kind, URI, MIME type,\n"
     "external type and content, text, record key, support, content actions, default application,\n"
     "data file). The message comes from --hex, --file, or standard input (\"-\" or nothing).\n"
-    "Data that is not an NDEF message prints {\"error\":\"unparsable\"} and exits with status 2.";
+    "Data that is not an NDEF message prints {\"error\": \"unparsable\"} and exits with status 2.";
 
 // Handlers and the data files they wrote. A handler leaves its data file to a deletion 20 seconds
 // after it goes; the tool does not live that long, so it deletes the files itself once the

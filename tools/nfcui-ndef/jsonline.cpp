@@ -19,9 +19,9 @@ QByteArray compact(const QJsonValue& value)
 JsonLine& JsonLine::add(const QString& key, const QJsonValue& value)
 {
     if (!m_members.isEmpty())
-        m_members.append(',');
+        m_members.append(", ");
     m_members.append(compact(QJsonValue(key)));
-    m_members.append(':');
+    m_members.append(": ");
     m_members.append(compact(value));
     return *this;
 }
@@ -33,7 +33,19 @@ JsonLine& JsonLine::addString(const QString& key, const QString& value)
 
 JsonLine& JsonLine::addStrings(const QString& key, const QStringList& values)
 {
-    return add(key, QJsonArray::fromStringList(values));
+    QByteArray array = "[";
+    for (int i = 0; i < values.size(); ++i) {
+        if (i > 0)
+            array.append(", ");
+        array.append(compact(QJsonValue(values.at(i))));
+    }
+    array.append(']');
+    if (!m_members.isEmpty())
+        m_members.append(", ");
+    m_members.append(compact(QJsonValue(key)));
+    m_members.append(": ");
+    m_members.append(array);
+    return *this;
 }
 
 QByteArray JsonLine::toJson() const

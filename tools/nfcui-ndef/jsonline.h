@@ -8,8 +8,9 @@
 
 namespace NdefTool {
 
-// One compact JSON object whose members keep the order in which they are added (QJsonObject sorts
-// its keys). Values are written by Qt's own JSON writer, so escaping is exactly QJsonDocument's.
+// One JSON object on one line whose members keep the order in which they are added (QJsonObject sorts
+// its keys), written as {"key": value, "key": [a, b]}. Values are written by Qt's own JSON writer, so
+// escaping is exactly QJsonDocument's.
 class JsonLine
 {
 public:
@@ -18,7 +19,7 @@ public:
     JsonLine& addString(const QString& key, const QString& value);
     JsonLine& addStrings(const QString& key, const QStringList& values);
 
-    // The object in QJsonDocument::Compact form, without a newline.
+    // The object on one line, without a newline.
     QByteArray toJson() const;
 
 private:
