@@ -5,8 +5,6 @@
 #include "bluetoothpairingprocess.h"
 #include "calluiserviceapi.h"
 #include "connectivityuiutils.h"
-#include "extendedcalendar.h"
-#include "extendedstorage.h"
 #include "messagingif.h"
 #include "ndefmessagehandler.h"
 #include "nfcadapter.h"
@@ -288,46 +286,3 @@ bool MessagingIf::showSmsEditor(const QStringList&, const QString&, const QStrin
     nfcuiMissing("Text messages (MessagingIf)");
     return false;
 }
-
-namespace CalendarStorage {
-
-class ExtendedCalendarPrivate
-{
-public:
-    QTimeZone timeZone;
-};
-
-ExtendedCalendar::ExtendedCalendar(const QTimeZone& timeZone) : d(new ExtendedCalendarPrivate{timeZone}) {}
-ExtendedCalendar::~ExtendedCalendar() { delete d; }
-QTimeZone ExtendedCalendar::timeZone() const { return d->timeZone; }
-bool ExtendedCalendar::addJournal(const KCalendarCore::Journal::Ptr&) { return false; }
-bool ExtendedCalendar::setNotebook(const KCalendarCore::Incidence::Ptr&, const QString&) { return false; }
-QString ExtendedCalendar::notebook(const KCalendarCore::Incidence::Ptr&) const { return QString(); }
-KCalendarCore::Journal::List ExtendedCalendar::journals() const { return {}; }
-
-class ExtendedStoragePrivate
-{
-public:
-    ExtendedCalendar::Ptr calendar;
-};
-
-ExtendedStorage::Ptr ExtendedStorage::defaultStorage(const ExtendedCalendar::Ptr& calendar, bool validateNotebooks)
-{
-    return Ptr(new ExtendedStorage(calendar, validateNotebooks));
-}
-ExtendedStorage::ExtendedStorage(const ExtendedCalendar::Ptr& calendar, bool)
-    : d(new ExtendedStoragePrivate{calendar})
-{
-}
-ExtendedStorage::~ExtendedStorage() { delete d; }
-bool ExtendedStorage::open()
-{
-    nfcuiMissing("The notes calendar storage (ExtendedStorage)");
-    return false;
-}
-bool ExtendedStorage::load() { return false; }
-bool ExtendedStorage::save() { return false; }
-bool ExtendedStorage::close() { return true; }
-ExtendedCalendar::Ptr ExtendedStorage::calendar() const { return d->calendar; }
-
-} // namespace CalendarStorage
