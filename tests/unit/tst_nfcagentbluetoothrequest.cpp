@@ -26,6 +26,7 @@
 #include "nfcadapter.h"
 #include "nfcagentbluetoothrequest.h"
 #include "nfcpairingdialog.h"
+#include "testsupport.h"
 
 // Compares two lists of call descriptions as text, so that a failure shows both lists whole.
 #define COMPARE_CALLS(actual, expected)                                                                              \
@@ -56,27 +57,11 @@ const QString otherName = QStringLiteral("Other Headset");
 const QString thirdHeadset = QStringLiteral("00:1D:43:A0:00:03");
 const QString thirdName = QStringLiteral("Third Headset");
 
-QVariantMap deviceMap(const QString& address, const QString& name, bool paired, bool connectable, bool audio)
-{
-    return QVariantMap {{QStringLiteral("Address"), address},
-                        {QStringLiteral("Name"), name},
-                        {QStringLiteral("Paired"), paired},
-                        {QStringLiteral("Connectable"), connectable},
-                        {QStringLiteral("AudioConnected"), audio}};
-}
-
-void setDevices(const QList<QVariantMap>& devices)
-{
-    QVariantList list;
-    for (const QVariantMap& device : devices)
-        list.append(device);
-    FakePlatform::set(QStringLiteral("BluetoothAdapter/devices"), list);
-}
 
 // The requested headset, paired and connectable, without audio; nothing else known.
 void setHeadsetOnly()
 {
-    setDevices({deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
 }
 
 void setPowered(bool powered)
@@ -505,7 +490,7 @@ void tst_nfcagentbluetoothrequest::pairingAsksTheUserWhenPinLocked()
 void tst_nfcagentbluetoothrequest::pairingDoesNotLookUpTheDeviceAtStart()
 {
     setConfirmation(false);
-    setDevices({});
+    TestSupport::setBluetoothDevices({});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
 
@@ -655,7 +640,7 @@ void tst_nfcagentbluetoothrequest::unknownDeviceFailsAtStart()
 {
     QFETCH(int, type);
     setPowered(false);
-    setDevices({deviceMap(otherHeadset, otherName, true, true, false)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(type);
     Outcome outcome(request);
     FakePlatform::clearCalls();
@@ -905,8 +890,8 @@ void tst_nfcagentbluetoothrequest::destructionDeletesOwnedPlatformObjects()
     QFETCH(QStringList, owned);
     setConfirmation(false);
     setPowered(powered);
-    setDevices({deviceMap(otherHeadset, otherName, true, true, otherHasAudio),
-                deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, otherHasAudio),
+                TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(type);
     request->start();
     if (finishPairing) {
@@ -933,8 +918,8 @@ void tst_nfcagentbluetoothrequest::destructionDeletesOwnedPlatformObjects()
 
 void tst_nfcagentbluetoothrequest::destructionKeepsIgnoreAddresses()
 {
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     request->start();
     QVERIFY(!managers().isEmpty());
@@ -1258,7 +1243,7 @@ void tst_nfcagentbluetoothrequest::pairingWithPinGivesThePin()
 void tst_nfcagentbluetoothrequest::pairingRunsForAnAlreadyPairedDevice()
 {
     setConfirmation(false);
-    setDevices({deviceMap(headset, platformName, true, false, false)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, false, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
     request->start();
@@ -1295,10 +1280,10 @@ void tst_nfcagentbluetoothrequest::pairingErrorFailsWithTheProcessText()
 void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepted_data()
 {
     QTest::addColumn<QVariantList>("devices");
-    QTest::newRow("paired, not connectable") << QVariantList {deviceMap(headset, platformName, true, false, false)};
+    QTest::newRow("paired, not connectable") << QVariantList {TestSupport::bluetoothDevice(headset, platformName, true, false, false)};
     QTest::newRow("connectable, not reported paired")
-        << QVariantList {deviceMap(headset, platformName, false, true, false)};
-    QTest::newRow("unknown to the adapter") << QVariantList {deviceMap(otherHeadset, otherName, true, true, true)};
+        << QVariantList {TestSupport::bluetoothDevice(headset, platformName, false, true, false)};
+    QTest::newRow("unknown to the adapter") << QVariantList {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true)};
 }
 
 void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepted()
@@ -1325,7 +1310,7 @@ void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepte
 void tst_nfcagentbluetoothrequest::pairedConnectableDeviceIsConnected()
 {
     setConfirmation(false);
-    setDevices({deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
     request->start();
@@ -1370,8 +1355,8 @@ void tst_nfcagentbluetoothrequest::pairedDeviceConnectionFailureFails()
 void tst_nfcagentbluetoothrequest::pairingSwapsAudioDevice()
 {
     setConfirmation(false);
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
     request->start();
@@ -1401,8 +1386,8 @@ void tst_nfcagentbluetoothrequest::pairingSwapsAudioDevice()
 
 void tst_nfcagentbluetoothrequest::connectionWithoutAudioDeviceConnects()
 {
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, false), deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1429,9 +1414,9 @@ void tst_nfcagentbluetoothrequest::connectionWithoutAudioDeviceConnects()
 
 void tst_nfcagentbluetoothrequest::audioCheckManagersAreDeletedAtOnce()
 {
-    setDevices({deviceMap(otherHeadset, otherName, true, true, false),
-                deviceMap(thirdHeadset, thirdName, true, true, false),
-                deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false),
+                TestSupport::bluetoothDevice(thirdHeadset, thirdName, true, true, false),
+                TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     request->start();
 
@@ -1462,8 +1447,8 @@ void tst_nfcagentbluetoothrequest::connectionFailureClearsIgnoreAddressAndFails(
 
 void tst_nfcagentbluetoothrequest::connectionDisconnectsOtherAudioDeviceFirst()
 {
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1495,8 +1480,8 @@ void tst_nfcagentbluetoothrequest::connectionDisconnectsOtherAudioDeviceFirst()
 
 void tst_nfcagentbluetoothrequest::audioSwapReleasesTheOldManagerSafely()
 {
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1525,7 +1510,7 @@ void tst_nfcagentbluetoothrequest::audioSwapReleasesTheOldManagerSafely()
 
 void tst_nfcagentbluetoothrequest::audioSwapReconnectsTargetThatHasAudio()
 {
-    setDevices({deviceMap(headset, platformName, true, true, true)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, true, true)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1544,9 +1529,9 @@ void tst_nfcagentbluetoothrequest::audioSwapReconnectsTargetThatHasAudio()
 
 void tst_nfcagentbluetoothrequest::audioSwapDisconnectsOnlyFirstAudioDevice()
 {
-    setDevices({deviceMap(thirdHeadset, thirdName, true, true, false),
-                deviceMap(otherHeadset, otherName, true, true, true),
-                deviceMap(headset, platformName, true, true, true)});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(thirdHeadset, thirdName, true, true, false),
+                TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true),
+                TestSupport::bluetoothDevice(headset, platformName, true, true, true)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1566,8 +1551,8 @@ void tst_nfcagentbluetoothrequest::audioSwapDisconnectsOnlyFirstAudioDevice()
 
 void tst_nfcagentbluetoothrequest::audioSwapDisconnectionFailureFails()
 {
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, platformName, true, true, false)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1589,8 +1574,8 @@ void tst_nfcagentbluetoothrequest::audioSwapDisconnectionFailureFails()
 
 void tst_nfcagentbluetoothrequest::disconnectionDisconnectsAndAccepts()
 {
-    setDevices(
-        {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, platformName, true, true, true)});
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, true)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Disconnect);
     Outcome outcome(request);
     request->start();

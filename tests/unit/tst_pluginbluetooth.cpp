@@ -38,22 +38,6 @@ const QString otherName = QStringLiteral("Other Platform Headset");
 const QString daemonName = QStringLiteral("NFC Headset");
 const uint headsetClass = 0x240404;
 
-QVariantMap deviceMap(const QString& address, const QString& name, bool paired, bool connectable, bool audio)
-{
-    return QVariantMap {{QStringLiteral("Address"), address},
-                        {QStringLiteral("Name"), name},
-                        {QStringLiteral("Paired"), paired},
-                        {QStringLiteral("Connectable"), connectable},
-                        {QStringLiteral("AudioConnected"), audio}};
-}
-
-void setDevices(const QList<QVariantMap>& devices)
-{
-    QVariantList list;
-    for (const QVariantMap& device : devices)
-        list.append(device);
-    FakePlatform::set(QStringLiteral("BluetoothAdapter/devices"), list);
-}
 
 QStringList banners()
 {
@@ -136,7 +120,7 @@ private Q_SLOTS:
     void pairingConfirmedThenPairedAndConnected()
     {
         server->setAutoAppear(true);
-        setDevices({deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
         NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
@@ -184,7 +168,7 @@ private Q_SLOTS:
     void pairingWithPinGivesThePinToTheProcess()
     {
         FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
-        setDevices({deviceMap(headset, headsetName, true, false, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass,
                                          QStringLiteral("8642"));
@@ -208,7 +192,7 @@ private Q_SLOTS:
     void pairingWithoutPinIgnoresLegacyPairing()
     {
         FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
-        setDevices({deviceMap(headset, headsetName, true, false, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
         QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothPairingProcess::setPinCode")), 0);
@@ -226,7 +210,7 @@ private Q_SLOTS:
         FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
         FakePlatform::set(QStringLiteral("BluetoothPairingProcess/error"),
                           QStringLiteral("org.bluez.Error.AuthenticationRejected"));
-        setDevices({deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
         QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
@@ -239,8 +223,8 @@ private Q_SLOTS:
 
     void connectionFirstDisconnectsOtherAudioDevice()
     {
-        setDevices(
-            {deviceMap(otherHeadset, otherName, true, true, true), deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices(
+            {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btConnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         QVERIFY(server->shownDialogs().isEmpty());
@@ -266,7 +250,7 @@ private Q_SLOTS:
 
     void disconnectionIsGranted()
     {
-        setDevices({deviceMap(headset, headsetName, true, true, true)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, true)});
 
         emit agent()->btDisconnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         QCOMPARE(managerCalls(), QStringList {QStringLiteral("disconnect ") + headset});
@@ -282,7 +266,7 @@ private Q_SLOTS:
 
     void disconnectionFailureIsRepliedAsError()
     {
-        setDevices({deviceMap(headset, headsetName, true, true, true)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, true)});
 
         emit agent()->btDisconnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         QVERIFY(FakePlatform::last<BluetoothConnectionManager>());
@@ -294,7 +278,7 @@ private Q_SLOTS:
 
     void unknownDeviceIsRepliedAsError()
     {
-        setDevices({deviceMap(otherHeadset, otherName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false)});
 
         const QByteArray warning = "NfcAgentBluetoothRequest: Invalid BluetoothDevice " + headset.toUtf8();
         QTest::ignoreMessage(QtWarningMsg, warning.constData());
@@ -310,7 +294,7 @@ private Q_SLOTS:
     void adapterReportingPoweredWhileOffIsRepliedAsError()
     {
         FakePlatform::set(QStringLiteral("BluetoothAdapter/powered"), false);
-        setDevices({deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btConnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         QVERIFY(TestSupport::agentReplies().isEmpty());
@@ -328,7 +312,7 @@ private Q_SLOTS:
     {
         FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
         FakePlatform::set(QStringLiteral("BluetoothAdapter/powered"), false);
-        setDevices({deviceMap(headset, headsetName, true, false, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
         QCOMPARE(banners(), QStringList {QStringLiteral("x-orvan.nfc|") + BluezBannerTexts::pairing(daemonName)});
@@ -346,8 +330,8 @@ private Q_SLOTS:
 
     void twoConnectionRequestsRunSideBySide()
     {
-        setDevices({deviceMap(otherHeadset, otherName, true, true, false),
-                    deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false),
+                    TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btConnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         emit agent()->btConnectionRequested(QDBusObjectPath(target2), otherHeadset, otherName, headsetClass);
@@ -367,7 +351,7 @@ private Q_SLOTS:
 
     void displacedPairingGetsNoReply()
     {
-        setDevices({deviceMap(headset, headsetName, true, false, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
         QPointer<NfcAgentBluetoothRequest> first = d()->pairingRequest.data();
@@ -421,7 +405,7 @@ private Q_SLOTS:
     void keepingPowerFailureIsRepliedAsError()
     {
         bluez.stop();
-        setDevices({deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         QTest::ignoreMessage(QtWarningMsg, "Bluez does not exist");
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentBluetoothRequest: Unable to ensure that Bluetooth remains powered");
@@ -435,7 +419,7 @@ private Q_SLOTS:
     void requestEndingWithoutAgentGetsNoReply()
     {
         // The adapter goes invalid: the agent goes, and the live requests with it, unanswered.
-        setDevices({deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
         emit agent()->btConnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         QPointer<BluetoothConnectionManager> manager = FakePlatform::last<BluetoothConnectionManager>();
         FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
@@ -457,7 +441,7 @@ private Q_SLOTS:
         plugin->initialize(server);
         QVERIFY(!agent());
         FakePlatform::clearCalls();
-        setDevices({deviceMap(headset, headsetName, true, true, false)});
+        TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         QVERIFY(QMetaObject::invokeMethod(plugin, "btConnectionRequested",
                                           Q_ARG(QDBusObjectPath, QDBusObjectPath(target1)), Q_ARG(QString, headset),

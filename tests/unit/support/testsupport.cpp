@@ -30,6 +30,24 @@ bool loadTranslations()
     return true;
 }
 
+QVariantMap bluetoothDevice(const QString& address, const QString& name, bool paired, bool connectable,
+                            bool audioConnected)
+{
+    return QVariantMap{{QStringLiteral("Address"), address},
+                       {QStringLiteral("Name"), name},
+                       {QStringLiteral("Paired"), paired},
+                       {QStringLiteral("Connectable"), connectable},
+                       {QStringLiteral("AudioConnected"), audioConnected}};
+}
+
+void setBluetoothDevices(const QList<QVariantMap>& devices)
+{
+    QVariantList list;
+    for (const QVariantMap& device : devices)
+        list.append(device);
+    FakePlatform::set(QStringLiteral("BluetoothAdapter/devices"), list);
+}
+
 QStringList agentReplies()
 {
     QStringList replies;

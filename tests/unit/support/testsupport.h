@@ -18,6 +18,11 @@ QStringList callsWithPrefix(const QString& prefix);
 // catalogue cannot be loaded.
 bool loadTranslations();
 
+// A Bluetooth device as the fake adapter lists it, and the fake adapter's device list.
+QVariantMap bluetoothDevice(const QString& address, const QString& name, bool paired, bool connectable,
+                            bool audioConnected);
+void setBluetoothDevices(const QList<QVariantMap>& devices);
+
 // The replies the fake agent sent, as "method arg1 arg2" (its destruction is not a reply).
 QStringList agentReplies();
 
