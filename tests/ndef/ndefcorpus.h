@@ -39,4 +39,24 @@ inline QByteArray corpusBytes(const QJsonValue& value)
     return QByteArray::fromHex(value.toString().toLatin1());
 }
 
+// Decodes UTF-16 text as the Text record stores it: big-endian unless a byte-order mark says otherwise.
+inline QString decodeUtf16(const QByteArray& bytes)
+{
+    bool littleEndian = false;
+    int start = 0;
+    if (bytes.size() >= 2 && quint8(bytes.at(0)) == 0xfe && quint8(bytes.at(1)) == 0xff) {
+        start = 2;
+    } else if (bytes.size() >= 2 && quint8(bytes.at(0)) == 0xff && quint8(bytes.at(1)) == 0xfe) {
+        start = 2;
+        littleEndian = true;
+    }
+    QString text;
+    for (int i = start; i + 1 < bytes.size(); i += 2) {
+        const quint8 first = quint8(bytes.at(i));
+        const quint8 second = quint8(bytes.at(i + 1));
+        text.append(QChar(littleEndian ? ushort(second << 8 | first) : ushort(first << 8 | second)));
+    }
+    return text;
+}
+
 #endif

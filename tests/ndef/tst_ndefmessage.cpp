@@ -1,6 +1,8 @@
 #include <QScopedPointer>
 #include <QtTest>
 
+#include "ndefcorpus.h"
+
 #include "../../platform/ndef/ndefmessageparser_p.h"
 #include "ndefmessage.h"
 #include "ndefrecord.h"
@@ -17,26 +19,6 @@ namespace {
 QByteArray hex(const char* digits)
 {
     return QByteArray::fromHex(digits);
-}
-
-// Decodes UTF-16 text as the Text record stores it: big-endian unless a byte-order mark says otherwise.
-QString decodeUtf16(const QByteArray& bytes)
-{
-    bool littleEndian = false;
-    int start = 0;
-    if (bytes.startsWith(hex("feff"))) {
-        start = 2;
-    } else if (bytes.startsWith(hex("fffe"))) {
-        start = 2;
-        littleEndian = true;
-    }
-    QString text;
-    for (int i = start; i + 1 < bytes.size(); i += 2) {
-        const quint8 first = quint8(bytes.at(i));
-        const quint8 second = quint8(bytes.at(i + 1));
-        text.append(QChar(littleEndian ? ushort(second << 8 | first) : ushort(first << 8 | second)));
-    }
-    return text;
 }
 
 // Whether the data parses as a message; the message itself is discarded.
