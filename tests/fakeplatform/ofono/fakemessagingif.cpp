@@ -1,31 +1,6 @@
-// Fake call and messaging services: every request is recorded.
-#include "calluiserviceapi.h"
+// Fake messaging service: every request is recorded.
 #include "fakeplatform.h"
 #include "messagingif.h"
-
-namespace CallUi {
-
-class CallUiServiceApiPrivate
-{
-};
-
-CallUiServiceApi::CallUiServiceApi(QObject* parent)
-    : QObject(parent), d(new CallUiServiceApiPrivate)
-{
-}
-
-CallUiServiceApi::~CallUiServiceApi()
-{
-    delete d;
-}
-
-bool CallUiServiceApi::RequestCellularCall(const QString& number)
-{
-    FakePlatform::record(QStringLiteral("CallUiServiceApi::RequestCellularCall"), {number});
-    return true;
-}
-
-} // namespace CallUi
 
 class MessagingIfPrivate
 {

@@ -59,9 +59,7 @@ QString BluezMock::templatePath()
     const QString fromEnvironment = qEnvironmentVariable("NFCUI_BLUEZ4_MOCK");
     if (!fromEnvironment.isEmpty())
         return fromEnvironment;
-    // This file lives in tests/unit/support; the template in tests/mocks.
-    const QDir support = QFileInfo(QStringLiteral(__FILE__)).absoluteDir();
-    return QDir::cleanPath(support.absoluteFilePath(QStringLiteral("../../mocks/bluez4.py")));
+    return QStringLiteral(NFCUI_MOCKS_DIR "/bluez4.py");
 }
 
 bool BluezMock::isOnBus()

@@ -1,11 +1,13 @@
 // Content actions over GIO: the applications are the desktop entries found through XDG_DATA_HOME and
 // XDG_DATA_DIRS, the handlers of a type come from their MimeType keys (through the mimeinfo.cache
-// files) and the defaults from mimeapps.list. This file is built with QT_NO_KEYWORDS, because GLib's
+// files) and the defaults from mimeapps.list. Qt's keywords are off in this file, because GLib's
 // headers use "signals" as a name.
+#define QT_NO_KEYWORDS
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
 
 #include "contentaction.h"
+#include "linuxlogging.h"
 
 #include <QHash>
 #include <QMimeDatabase>
@@ -361,7 +363,7 @@ void Action::trigger() const
     const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
     g_list_free(uris);
     if (!started) {
-        qWarning("ContentAction: could not start %s: %s", qUtf8Printable(d->app.id()),
+        qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(d->app.id()),
                  error ? error->message : "unknown error");
     }
     if (error)

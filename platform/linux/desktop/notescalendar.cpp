@@ -11,6 +11,7 @@
 // file holds that its calendar does not, so that one storage's save never drops another's.
 #include "extendedcalendar.h"
 #include "extendedstorage.h"
+#include "linuxlogging.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -60,7 +61,7 @@ ReadResult readFile(const QString& path, const QTimeZone& timeZone, KCalendarCor
     if (!file.exists())
         return ReadResult::Missing;
     if (!file.open(QIODevice::ReadOnly)) {
-        qWarning("ExtendedStorage: Cannot read %s: %s", qPrintable(path), qPrintable(file.errorString()));
+        qCWarning(lcDesktop, "ExtendedStorage: Cannot read %s: %s", qPrintable(path), qPrintable(file.errorString()));
         return ReadResult::Failed;
     }
     const QByteArray data = file.readAll();
@@ -68,7 +69,7 @@ ReadResult readFile(const QString& path, const QTimeZone& timeZone, KCalendarCor
         return ReadResult::Read;
     KCalendarCore::ICalFormat format;
     if (!format.fromRawString(*result, data)) {
-        qWarning("ExtendedStorage: %s is not a valid iCalendar file", qPrintable(path));
+        qCWarning(lcDesktop, "ExtendedStorage: %s is not a valid iCalendar file", qPrintable(path));
         return ReadResult::Failed;
     }
     return ReadResult::Read;
@@ -194,7 +195,7 @@ public:
         for (const KCalendarCore::Incidence::Ptr& incidence : incidences) {
             const QString notebookUid = calendar->notebook(incidence);
             if (!notebookUid.isEmpty() && !storedNotebooks.contains(notebookUid)) {
-                qWarning("ExtendedStorage: Not saving: incidence %s is in notebook %s, which the storage does not hold",
+                qCWarning(lcDesktop, "ExtendedStorage: Not saving: incidence %s is in notebook %s, which the storage does not hold",
                          qPrintable(incidence->uid()), qPrintable(notebookUid));
                 return false;
             }
@@ -234,19 +235,19 @@ ExtendedStorage::~ExtendedStorage()
 bool ExtendedStorage::open()
 {
     if (!d->calendar) {
-        qWarning("ExtendedStorage: No calendar to store");
+        qCWarning(lcDesktop, "ExtendedStorage: No calendar to store");
         return false;
     }
     const QString path = defaultFilePath();
     const QString dirPath = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(dirPath) || !QFileInfo(dirPath).isDir()) {
-        qWarning("ExtendedStorage: Cannot create the directory %s", qPrintable(dirPath));
+        qCWarning(lcDesktop, "ExtendedStorage: Cannot create the directory %s", qPrintable(dirPath));
         return false;
     }
     const QFileInfo dir(dirPath);
     const QFileInfo file(path);
     if (!dir.isWritable() || (file.exists() && (!file.isFile() || !file.isWritable()))) {
-        qWarning("ExtendedStorage: Cannot write %s", qPrintable(path));
+        qCWarning(lcDesktop, "ExtendedStorage: Cannot write %s", qPrintable(path));
         return false;
     }
     d->path = path;
@@ -258,7 +259,7 @@ bool ExtendedStorage::open()
 bool ExtendedStorage::load()
 {
     if (!d->opened) {
-        qWarning("ExtendedStorage: load() before open()");
+        qCWarning(lcDesktop, "ExtendedStorage: load() before open()");
         return false;
     }
     QMutexLocker locker(&fileMutex());
@@ -271,13 +272,13 @@ bool ExtendedStorage::load()
 bool ExtendedStorage::save()
 {
     if (!d->opened) {
-        qWarning("ExtendedStorage: save() before open()");
+        qCWarning(lcDesktop, "ExtendedStorage: save() before open()");
         return false;
     }
     QMutexLocker locker(&fileMutex());
     if (d->merge(d->calendar->d) == ReadResult::Failed) {
         // Writing now would replace notes that could not be read.
-        qWarning("ExtendedStorage: Not saving over %s", qPrintable(d->path));
+        qCWarning(lcDesktop, "ExtendedStorage: Not saving over %s", qPrintable(d->path));
         return false;
     }
     if (!d->notebooksValid(d->calendar->d))
@@ -286,12 +287,12 @@ bool ExtendedStorage::save()
     KCalendarCore::ICalFormat format;
     const QByteArray data = format.toString(d->calendar->d->calendar).toUtf8();
     if (data.isEmpty()) {
-        qWarning("ExtendedStorage: Cannot convert the calendar to iCalendar");
+        qCWarning(lcDesktop, "ExtendedStorage: Cannot convert the calendar to iCalendar");
         return false;
     }
     QSaveFile file(d->path);
     if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
-        qWarning("ExtendedStorage: Cannot write %s: %s", qPrintable(d->path), qPrintable(file.errorString()));
+        qCWarning(lcDesktop, "ExtendedStorage: Cannot write %s: %s", qPrintable(d->path), qPrintable(file.errorString()));
         return false;
     }
     const KCalendarCore::Incidence::List incidences = d->calendar->d->calendar->rawIncidences();

@@ -1,0 +1,28 @@
+# nfcui_add_test(<suite> <name>
+#                SOURCES <file>...
+#                [LIBRARIES <target>...] [DEFINITIONS <definition>...] [DEPENDS <target>...]
+#                [ARGS <argument>...] [TIMEOUT <seconds>] [LABELS <label>...])
+#
+# Builds one QTest program and registers it with CTest as <suite>.<name>. Every test runs through
+# scripts/isolated: its own private session and system bus and a temporary HOME and XDG tree, so
+# that no test touches the machine's buses or the user's files and tests can run side by side.
+function(nfcui_add_test suite name)
+    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;DEFINITIONS;DEPENDS;ARGS;LABELS" ${ARGN})
+    if(NOT ARG_SOURCES)
+        message(FATAL_ERROR "nfcui_add_test(${suite} ${name}): no SOURCES")
+    endif()
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} Qt5::Test)
+    if(ARG_DEFINITIONS)
+        target_compile_definitions(${name} PRIVATE ${ARG_DEFINITIONS})
+    endif()
+    if(ARG_DEPENDS)
+        add_dependencies(${name} ${ARG_DEPENDS})
+    endif()
+    add_test(NAME ${suite}.${name}
+             COMMAND ${PROJECT_SOURCE_DIR}/scripts/isolated $<TARGET_FILE:${name}> ${ARG_ARGS})
+    set_tests_properties(${suite}.${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${suite};${ARG_LABELS}")
+endfunction()
