@@ -5,10 +5,13 @@
 
 class NDEFMessage;
 class NDEFRecord;
-class NDEFRecordType;
 
 // Turns bytes into an NDEFMessage. Smart Poster records parse their payload with the same parser,
 // one level deeper; nesting counts the Smart Poster payloads around the bytes being parsed.
+//
+// The whole message is checked before anything is made, so malformed bytes cost no allocation;
+// the records then refer to the checked bytes instead of copying them. Only a chunked record,
+// whose payload is spread over several chunks, gets a payload of its own.
 class NDEFMessageParser
 {
 public:
@@ -16,11 +19,13 @@ public:
     // crafted data cannot make the parser recurse without bound.
     static constexpr int maxNesting = 8;
 
+    // The message keeps a reference to data (a copy when data does not own its bytes).
     static NDEFMessage* parse(const QByteArray& data, int nesting);
+    // The bytes must outlive the message: they belong to the Smart Poster record being read.
+    static NDEFMessage* parse(const char* data, int size, int nesting);
 
 private:
-    static NDEFRecord* createRecord(const NDEFRecordType& type, const QByteArray& id,
-                                    const QByteArray& payload, int nesting);
+    static NDEFMessage* parseInto(NDEFMessage* message, const char* data, int size, int nesting);
 };
 
 #endif
