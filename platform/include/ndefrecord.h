@@ -11,10 +11,11 @@ class NDEFMessageParser;
 // made and owned by NDEFMessage; records of the types URI, Text and SmartPoster are made as
 // URINDEFRecord, TextNDEFRecord and SmartPosterNDEFRecord, so a caller may static_cast by type.
 //
-// A record of a parsed message does not copy its id and payload: they are views of the bytes the
-// message was parsed from, which the message keeps alive. The arrays the accessors return are
-// therefore valid while the message lives (or while the caller still holds the parsed bytes);
-// copy them to keep them longer. A record made with the constructor keeps the arrays it was given.
+// A record of a parsed message copies nothing: its type name, id and payload are arrays over the
+// message's own memory and over the bytes it was parsed from, which the message keeps alive. They
+// (and their copies) are valid as long as the message lives; copy the bytes to keep them longer.
+// The payload array of such a record is not followed by a NUL byte: use its size. A record made
+// with the constructor keeps the arrays it was given.
 class NDEFRecord
 {
 public:
@@ -22,44 +23,20 @@ public:
     virtual ~NDEFRecord();
 
     NDEFRecordType getType() const { return m_type; }
-    QByteArray getPayload() const { return view(m_payload, m_payloadSize); }
-    QByteArray getId() const { return view(m_id, m_idSize); }
+    QByteArray getPayload() const { return m_payload; }
+    QByteArray getId() const { return m_id; }
 
 protected:
-    // Bytes the record does not own: a part of the parsed message, or of the arrays it was made with.
-    struct Bytes
-    {
-        const char* data;
-        int size;
-    };
-
-    NDEFRecord(const NDEFRecordType& type, Bytes id, Bytes payload);
-    // A payload reassembled from chunks, owned by the record.
-    NDEFRecord(const NDEFRecordType& type, Bytes id, const QByteArray& ownedPayload);
-
-    const char* payloadData() const { return m_payload; }
-    int payloadSize() const { return m_payloadSize; }
-    // An array over part of the payload, without copying it.
-    QByteArray payloadPart(int from, int size) const { return view(m_payload + from, size); }
-
-    // Never a null array: an empty field is an empty array, as a parsed message gives it.
-    static QByteArray view(const char* data, int size)
-    {
-        return size > 0 ? QByteArray::fromRawData(data, size) : QByteArray("");
-    }
+    const char* payloadData() const { return m_payload.constData(); }
+    int payloadSize() const { return m_payload.size(); }
 
 private:
     friend class NDEFMessageParser;
     Q_DISABLE_COPY(NDEFRecord)
 
     NDEFRecordType m_type;
-    // What the views below point into when the record owns its bytes; null when they are the message's.
-    QByteArray m_idStorage;
-    QByteArray m_payloadStorage;
-    const char* m_id;
-    const char* m_payload;
-    int m_idSize;
-    int m_payloadSize;
+    QByteArray m_id;
+    QByteArray m_payload;
 };
 
 #endif

@@ -30,8 +30,6 @@ private:
     friend class NDEFMessageParser;
     SmartPosterNDEFRecord(const NDEFRecordType& type, const QByteArray& id, const QByteArray& payload,
                           int nesting);
-    SmartPosterNDEFRecord(const NDEFRecordType& type, Bytes id, Bytes payload, int nesting);
-    SmartPosterNDEFRecord(const NDEFRecordType& type, Bytes id, const QByteArray& ownedPayload, int nesting);
 
     // The nested message, parsed on first use; null when it does not parse or lies too deep.
     const NDEFMessage* content() const;

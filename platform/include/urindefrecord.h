@@ -13,10 +13,6 @@ public:
     // An undefined identifier code (above 0x23) stands for no prefix: the URI is then the rest of
     // the payload as it is. An empty payload gives an empty URI. The result is a copy of its own.
     QByteArray getURI() const;
-
-private:
-    friend class NDEFMessageParser;
-    using NDEFRecord::NDEFRecord;
 };
 
 #endif

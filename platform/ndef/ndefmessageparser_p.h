@@ -4,14 +4,13 @@
 #include <QByteArray>
 
 class NDEFMessage;
-class NDEFRecord;
 
 // Turns bytes into an NDEFMessage. Smart Poster records parse their payload with the same parser,
 // one level deeper; nesting counts the Smart Poster payloads around the bytes being parsed.
 //
-// The whole message is checked before anything is made, so malformed bytes cost no allocation;
-// the records then refer to the checked bytes instead of copying them. Only a chunked record,
-// whose payload is spread over several chunks, gets a payload of its own.
+// The whole message is checked before anything is made, so malformed bytes cost no allocation.
+// The message is then made as one block holding the records, whose payloads are arrays over the
+// checked bytes (only a chunked record gets a payload of its own, its chunks joined).
 class NDEFMessageParser
 {
 public:
@@ -25,7 +24,7 @@ public:
     static NDEFMessage* parse(const char* data, int size, int nesting);
 
 private:
-    static NDEFMessage* parseInto(NDEFMessage* message, const char* data, int size, int nesting);
+    static NDEFMessage* parse(const QByteArray& owner, const char* data, int size, int nesting);
 };
 
 #endif

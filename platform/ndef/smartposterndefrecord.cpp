@@ -19,19 +19,6 @@ SmartPosterNDEFRecord::SmartPosterNDEFRecord(const NDEFRecordType& type, const Q
 {
 }
 
-SmartPosterNDEFRecord::SmartPosterNDEFRecord(const NDEFRecordType& type, Bytes id, Bytes payload, int nesting)
-    : NDEFRecord(type, id, payload)
-    , m_nesting(nesting)
-{
-}
-
-SmartPosterNDEFRecord::SmartPosterNDEFRecord(const NDEFRecordType& type, Bytes id, const QByteArray& ownedPayload,
-                                             int nesting)
-    : NDEFRecord(type, id, ownedPayload)
-    , m_nesting(nesting)
-{
-}
-
 SmartPosterNDEFRecord::~SmartPosterNDEFRecord()
 {
     delete m_content;
@@ -53,7 +40,8 @@ const URINDEFRecord* SmartPosterNDEFRecord::getURIRecord() const
     const NDEFMessage* nested = content();
     if (!nested)
         return nullptr;
-    for (const NDEFRecord* record : nested->getRecords()) {
+    for (int i = 0; i < nested->m_recordCount; ++i) {
+        const NDEFRecord* record = nested->m_records[i];
         if (record->getType() == NDEFRecordType::URI)
             return static_cast<const URINDEFRecord*>(record);
     }
@@ -66,7 +54,8 @@ QList<const TextNDEFRecord*> SmartPosterNDEFRecord::getTitleRecords() const
     const NDEFMessage* nested = content();
     if (!nested)
         return titles;
-    for (const NDEFRecord* record : nested->getRecords()) {
+    for (int i = 0; i < nested->m_recordCount; ++i) {
+        const NDEFRecord* record = nested->m_records[i];
         if (record->getType() == NDEFRecordType::Text)
             titles.append(static_cast<const TextNDEFRecord*>(record));
     }

@@ -19,7 +19,7 @@ QByteArray TextNDEFRecord::getLanguage() const
         return QByteArray();
     // Stops at the end of the payload, so an overlong tag gives the bytes that are there.
     const int length = quint8(payloadData()[0]) & languageLengthMask;
-    return payloadPart(1, qMin(length, size - 1));
+    return QByteArray(payloadData() + 1, qMin(length, size - 1));
 }
 
 QByteArray TextNDEFRecord::getText() const
@@ -30,7 +30,7 @@ QByteArray TextNDEFRecord::getText() const
     const int textStart = 1 + (quint8(payloadData()[0]) & languageLengthMask);
     if (textStart >= size)
         return QByteArray();
-    return payloadPart(textStart, size - textStart);
+    return QByteArray(payloadData() + textStart, size - textStart);
 }
 
 int TextNDEFRecord::getEncoding() const
