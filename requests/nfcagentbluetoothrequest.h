@@ -76,7 +76,10 @@ private Q_SLOTS:
 private:
     Q_DISABLE_COPY(NfcAgentBluetoothRequest)
     // Connect and disconnect differ only in the operation, its ignore-address key and its signals.
-    enum class Operation { Connect, Disconnect };
+    enum class Operation {
+        Connect,
+        Disconnect
+    };
     void startConnectionOperation(Operation operation, const BluetoothDevice& target);
 
     std::unique_ptr<BluetoothAdapter> bluetoothAdapter;
