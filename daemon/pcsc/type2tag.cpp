@@ -28,11 +28,21 @@ class TagMemory
 public:
     TagMemory(ApduTransport& transport, TagReadResult& result) : m_transport(transport), m_result(result) {}
 
-    // The first read: page 3 (the capability container) and what follows it. False when it failed.
+    // The first read: page 3 (the capability container) and the first data pages after it. A tag whose
+    // memory ends before that refuses the whole read; page 3 is then read alone. False when it failed.
     bool readCapabilityContainer(QByteArray* capabilityContainer)
     {
+        const QString what = QStringLiteral("reading the capability container");
+        QByteArray response;
+        if (!Apdu::exchange(m_transport, Type2Tag::readCommand(CapabilityPage, MaxReadSize), what, m_result,
+                            &response))
+            return false;
+        if (Apdu::statusWord(response) != Apdu::Success
+            && !Apdu::exchange(m_transport, Type2Tag::readCommand(CapabilityPage, PageSize), what, m_result,
+                               &response))
+            return false;
         QByteArray data;
-        if (!fetch(CapabilityPage, MaxReadSize, QStringLiteral("reading the capability container"), &data))
+        if (!checkAnswer(response, PageSize, what, &data))
             return false;
         *capabilityContainer = data.left(PageSize);
         m_firstData = data.mid(PageSize);
@@ -146,6 +156,13 @@ private:
         QByteArray response;
         if (!Apdu::exchange(m_transport, Type2Tag::readCommand(page, length), what, m_result, &response))
             return false;
+        return checkAnswer(response, length, what, data);
+    }
+
+    // The data of a page read's answer; false with the result set when the card answered an error or
+    // less than a page.
+    bool checkAnswer(const QByteArray& response, int length, const QString& what, QByteArray* data)
+    {
         const quint16 sw = Apdu::statusWord(response);
         if (sw != Apdu::Success) {
             m_result.outcome = TagReadResult::Failed;
