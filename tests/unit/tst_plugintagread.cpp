@@ -24,6 +24,7 @@
 #include "notesmock.h"
 #include "pluginaccess.h"
 #include "pluginfixture.h"
+#include "tagreadsupport.h"
 #include "testsupport.h"
 #include "uiindications.h"
 
@@ -34,35 +35,7 @@ using ConnUi::NfcAgentDialogPlugin;
 using ConnUi::NfcTagNotSupportedDialog;
 using ConnUi::NfcTagReadPermissionDialog;
 
-namespace {
-
-const char notesNotebook[] = "66666666-7777-8888-9999-000000000000";
-
-void setStringActions(const QString& text, const QStringList& names)
-{
-    FakePlatform::setStringActions(text, names);
-}
-
-NdefMessageHandler handler(const QString& id, bool foreground = false)
-{
-    const QString path = QStringLiteral("/app/") + QString(id).replace(QLatin1Char('.'), QLatin1Char('_'));
-    return NdefMessageHandler(id, QStringLiteral("com.example.") + id, QDBusObjectPath(path), foreground);
-}
-
-// The warning of a failed "openNote" call when the notes service is not on the bus; the error name and
-// text come from the message bus.
-QRegularExpression openNoteFailure()
-{
-    return QRegularExpression(QStringLiteral("^NfcAgentTagReadRequest: Calling openNote\\(\\) fails: "
-                                             "org\\.freedesktop\\.DBus\\.Error\\.\\w+ \\S.*$"));
-}
-
-QByteArray uriTag(const QString& uri)
-{
-    return NdefWriter::message({NdefWriter::uri(uri)});
-}
-
-} // namespace
+using namespace TagReadSupport;
 
 class tst_PluginTagRead : public QObject, public PluginFixture
 {
@@ -72,13 +45,11 @@ private:
     NotesMock notes;
     QStringList dataFiles; // record data files seen by a test, removed in cleanup()
 
-
     void deliver(const QByteArray& data, const NdefMessageHandlerList& handlers = NdefMessageHandlerList(),
                  const QString& target = QStringLiteral("/tag/1"))
     {
         emit agent()->dataDeliveryRequested(handlers, QDBusObjectPath(target), data);
     }
-
 
 private Q_SLOTS:
     void initTestCase()
@@ -108,7 +79,7 @@ private Q_SLOTS:
 
     void webAddressConfirmedIsGranted()
     {
-        setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://example.com/page")));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -130,7 +101,7 @@ private Q_SLOTS:
 
     void webAddressDeclinedIsRejected()
     {
-        setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://example.com/page")));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -144,7 +115,7 @@ private Q_SLOTS:
 
     void tagForForegroundApplicationIsForwardedWithoutDialog()
     {
-        setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         const QByteArray data = uriTag(QStringLiteral("http://example.com/page"));
         deliver(data, {handler(QStringLiteral("app.bg")), handler(QStringLiteral("app.fg"), true)});
         QVERIFY(server->shownDialogs().isEmpty());
@@ -159,7 +130,7 @@ private Q_SLOTS:
 
     void backgroundHandlersAreOfferedAfterTheActions()
     {
-        setStringActions(QStringLiteral("http://example.com/page"),
+        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"),
                          {QStringLiteral("Browser"), QStringLiteral("Reader")});
         const QByteArray data = uriTag(QStringLiteral("http://example.com/page"));
         deliver(data, {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))});
@@ -226,7 +197,7 @@ private Q_SLOTS:
     void smsTagOpensTheEditor()
     {
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         deliver(uriTag(uri));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -243,7 +214,7 @@ private Q_SLOTS:
     void smsTagSendsDirectly()
     {
         const QString uri = QStringLiteral("sms:+15551234,+15555678?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         deliver(uriTag(uri));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -261,7 +232,7 @@ private Q_SLOTS:
     {
         FakePlatform::setOfflineStatus(0);
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         deliver(uriTag(uri));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -287,7 +258,7 @@ private Q_SLOTS:
     {
         FakePlatform::setOfflineStatus(0);
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         deliver(uriTag(uri));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -305,7 +276,7 @@ private Q_SLOTS:
     void telTagWithDirectActionPlacesTheCall()
     {
         const QString uri = QStringLiteral("tel:+15551234");
-        setStringActions(uri, {QStringLiteral("Phone")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Phone")});
         deliver(uriTag(uri));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -321,7 +292,7 @@ private Q_SLOTS:
     void telTagWithoutDirectActionOpensTheAction()
     {
         const QString uri = QStringLiteral("tel:+15551234");
-        setStringActions(uri, {QStringLiteral("Phone")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Phone")});
         deliver(uriTag(uri));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -395,8 +366,8 @@ private Q_SLOTS:
 
     void secondDeliveryDisplacesLiveTagReadWithoutReply()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QPointer<QObject> first = d()->tagReadRequest.data();
         auto* firstDialog = onlyOpen<NfcTagReadPermissionDialog>();
@@ -418,7 +389,7 @@ private Q_SLOTS:
 
     void sharingCallDisplacesLiveTagReadWithoutReply()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QPointer<QObject> tagRead = d()->tagReadRequest.data();
         auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
@@ -438,7 +409,7 @@ private Q_SLOTS:
 
     void touchWithStatus1DisplacesLiveTagReadWithoutReply()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QPointer<QObject> tagRead = d()->tagReadRequest.data();
         auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
@@ -464,7 +435,7 @@ private Q_SLOTS:
         emit agent()->notifyTouch(QDBusObjectPath(QStringLiteral("/tag/1")), 1);
         auto* error = onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QVERIFY(!server->isOpen(error));
         QVERIFY(!d()->errorDialog);
@@ -475,8 +446,8 @@ private Q_SLOTS:
 
     void chosenApplicationIsRememberedAndPreselectedNextTime()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
-        setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         auto* first = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(first);
@@ -511,7 +482,7 @@ private Q_SLOTS:
     void touchWithStatusOtherThan1GivesFeedbackAndIndicationOnly()
     {
         QFETCH(int, status);
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(tagDialog);
@@ -560,7 +531,7 @@ private Q_SLOTS:
     // handler had been set.
     void deliveryWithEmptyHandlerListSetsNoHandlers()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         QTest::ignoreMessage(QtWarningMsg, "Record type `Zz' not supported");
         deliver(NdefWriter::message({NdefWriter::raw(1, "Zz", "abc"), NdefWriter::uri(QStringLiteral("http://a.org"))}),
                 NdefMessageHandlerList());
@@ -573,7 +544,7 @@ private Q_SLOTS:
 
     void deliveryLogsTheDataInHexAndTheStartTime()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         const QByteArray data = uriTag(QStringLiteral("http://a.org"));
         QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("NDEF data received: ")
                                                     + QString::fromLatin1(data.toHex())));
@@ -585,7 +556,7 @@ private Q_SLOTS:
 
     void shownDialogLogsTheReadingTimeAndUnlocksTheScreen()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QCOMPARE(FakePlatform::count(QStringLiteral("ConnectivityUIUtils::unlockScreen")), 0);
         QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^NFC tag reading took \\d+ms$")));
