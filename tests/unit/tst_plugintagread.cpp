@@ -22,6 +22,7 @@
 #include "nfctagnotsupporteddialog.h"
 #include "nfctagreadpermissiondialog.h"
 #include "notesmock.h"
+#include "offlinemode.h"
 #include "pluginaccess.h"
 #include "pluginfixture.h"
 #include "tagreadsupport.h"
@@ -44,6 +45,48 @@ class tst_PluginTagRead : public QObject, public PluginFixture
 private:
     NotesMock notes;
     QStringList dataFiles; // record data files seen by a test, removed in cleanup()
+
+    // Delivers a tag of one URI that the applications open, and returns the confirmation it shows.
+    NfcTagReadPermissionDialog* deliverUri(const QString& uri, const QStringList& applications)
+    {
+        FakePlatform::setStringActions(uri, applications);
+        deliver(uriTag(uri));
+        return onlyOpen<NfcTagReadPermissionDialog>();
+    }
+
+    // The one open dialog is the error dialog of that type, and closing it rejects the tag, not before.
+    // Last in a test: a failure ends the helper only.
+    void closingTheErrorDialogRejects(NfcTagNotSupportedDialog::ErrorType type)
+    {
+        auto* error = onlyOpen<NfcTagNotSupportedDialog>();
+        QVERIFY(error);
+        QCOMPARE(error->errorType(), int(type));
+        QVERIFY(TestSupport::agentReplies().isEmpty());
+        error->done(Dialog::Ok);
+        QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
+    }
+
+    // Delivers a tag of one URI and confirms it, with or without the direct action; false when it showed
+    // no confirmation.
+    bool confirmUri(const QString& uri, const QStringList& applications, bool directAction)
+    {
+        NfcTagReadPermissionDialog* dialog = deliverUri(uri, applications);
+        if (!dialog)
+            return false;
+        dialog->setDirectActionSelected(directAction);
+        dialog->done(Dialog::Ok);
+        return true;
+    }
+
+    // An SMS tag confirmed with its direct action while the phone is offline: the question that follows,
+    // null when the tag was not confirmed or nothing was asked.
+    MessageBox* sendSmsWhileOffline()
+    {
+        FakePlatform::setOfflineStatus(ConnUi::OfflineMode::Offline);
+        if (!confirmUri(QStringLiteral("sms:+15551234?body=Hello"), {QStringLiteral("Messages")}, true))
+            return nullptr;
+        return server->lastShownOf<MessageBox>();
+    }
 
     void deliver(const QByteArray& data, const NdefMessageHandlerList& handlers = NdefMessageHandlerList(),
                  const QString& target = QStringLiteral("/tag/1"))
@@ -79,9 +122,7 @@ private Q_SLOTS:
 
     void webAddressConfirmedIsGranted()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://example.com/page")));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* dialog = deliverUri(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         QVERIFY(dialog);
         QCOMPARE(dialog->uri(), QStringLiteral("http://example.com/page"));
         QVERIFY(TestSupport::agentReplies().isEmpty());
@@ -101,9 +142,7 @@ private Q_SLOTS:
 
     void webAddressDeclinedIsRejected()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://example.com/page")));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* dialog = deliverUri(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         QVERIFY(dialog);
         dialog->done(Dialog::Cancel);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
@@ -197,11 +236,7 @@ private Q_SLOTS:
     void smsTagOpensTheEditor()
     {
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->done(Dialog::Ok);
+        QVERIFY(confirmUri(uri, {QStringLiteral("Messages")}, false));
         const QList<FakeCall> editors = FakePlatform::callsTo(QStringLiteral("MessagingIf::showSmsEditor"));
         QCOMPARE(editors.size(), 1);
         QCOMPARE(editors.first().args.value(0).toStringList(), QStringList({"+15551234"}));
@@ -214,12 +249,7 @@ private Q_SLOTS:
     void smsTagSendsDirectly()
     {
         const QString uri = QStringLiteral("sms:+15551234,+15555678?body=Hello");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
+        QVERIFY(confirmUri(uri, {QStringLiteral("Messages")}, true));
         const QList<FakeCall> sent = FakePlatform::callsTo(QStringLiteral("MessagingIf::sendSMS"));
         QCOMPARE(sent.size(), 2);
         QCOMPARE(sent.at(0).args, QVariantList({QStringLiteral("+15551234"), QStringLiteral("Hello"), true}));
@@ -230,15 +260,7 @@ private Q_SLOTS:
 
     void smsTagInOfflineModeAnsweredYesSendsAndIsGranted()
     {
-        FakePlatform::setOfflineStatus(0);
-        const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
-        auto* box = server->lastShownOf<MessageBox>();
+        auto* box = sendSmsWhileOffline();
         QVERIFY(box);
         QCOMPARE(box->title(), QStringLiteral("Exit offline mode?"));
         QCOMPARE(box->buttons(), int(Dialog::Yes | Dialog::No));
@@ -256,15 +278,7 @@ private Q_SLOTS:
 
     void smsTagInOfflineModeAnsweredNoIsRejected()
     {
-        FakePlatform::setOfflineStatus(0);
-        const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
-        auto* box = server->lastShownOf<MessageBox>();
+        auto* box = sendSmsWhileOffline();
         QVERIFY(box);
         box->done(Dialog::No);
         QCOMPARE(FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")), 0);
@@ -276,9 +290,7 @@ private Q_SLOTS:
     void telTagWithDirectActionPlacesTheCall()
     {
         const QString uri = QStringLiteral("tel:+15551234");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Phone")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* dialog = deliverUri(uri, {QStringLiteral("Phone")});
         QVERIFY(dialog);
         QCOMPARE(dialog->uri(), uri);
         dialog->setDirectActionSelected(true);
@@ -292,11 +304,7 @@ private Q_SLOTS:
     void telTagWithoutDirectActionOpensTheAction()
     {
         const QString uri = QStringLiteral("tel:+15551234");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Phone")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->done(Dialog::Ok);
+        QVERIFY(confirmUri(uri, {QStringLiteral("Phone")}, false));
         QCOMPARE(FakePlatform::count(QStringLiteral("CallUiServiceApi::RequestCellularCall")), 0);
         QCOMPARE(FakePlatform::callsTo(QStringLiteral("ContentAction::trigger")).value(0).args.value(0).toString(),
                  QStringLiteral("Phone"));
@@ -341,12 +349,7 @@ private Q_SLOTS:
     {
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() received ndef data could not be parsed");
         deliver(QByteArray::fromHex("d10102"));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>();
-        QVERIFY(error);
-        QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
-        QVERIFY(TestSupport::agentReplies().isEmpty());
-        error->done(Dialog::Ok);
-        QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
+        closingTheErrorDialogRejects(NfcTagNotSupportedDialog::ContentNotSupported);
     }
 
     void unsupportedTagIsRejectedWhenItsErrorDialogCloses()
@@ -354,12 +357,7 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, "Record type `Zz' not supported");
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() No supported NDEF records found");
         deliver(NdefWriter::message({NdefWriter::raw(1, "Zz", "payload")}));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>();
-        QVERIFY(error);
-        QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
-        QVERIFY(TestSupport::agentReplies().isEmpty());
-        error->done(Dialog::Ok);
-        QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
+        closingTheErrorDialogRejects(NfcTagNotSupportedDialog::ContentNotSupported);
     }
 
     // --- Displacement ---------------------------------------------------------------------------
@@ -389,11 +387,9 @@ private Q_SLOTS:
 
     void sharingCallDisplacesLiveTagReadWithoutReply()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://a.org")));
-        QPointer<QObject> tagRead = d()->tagReadRequest.data();
-        auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* tagDialog = deliverUri(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         QVERIFY(tagDialog);
+        QPointer<QObject> tagRead = d()->tagReadRequest.data();
 
         emit agent()->sharingSelectionRequested(QStringLiteral("bluetooth"), QVariant(7));
         QVERIFY(!server->isOpen(tagDialog));
@@ -409,11 +405,9 @@ private Q_SLOTS:
 
     void touchWithStatus1DisplacesLiveTagReadWithoutReply()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://a.org")));
-        QPointer<QObject> tagRead = d()->tagReadRequest.data();
-        auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* tagDialog = deliverUri(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         QVERIFY(tagDialog);
+        QPointer<QObject> tagRead = d()->tagReadRequest.data();
 
         emit agent()->notifyTouch(QDBusObjectPath(QStringLiteral("/tag/2")), 1);
         QVERIFY(!server->isOpen(tagDialog));
@@ -482,9 +476,7 @@ private Q_SLOTS:
     void touchWithStatusOtherThan1GivesFeedbackAndIndicationOnly()
     {
         QFETCH(int, status);
-        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://a.org")));
-        auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* tagDialog = deliverUri(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         QVERIFY(tagDialog);
         QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
         FakePlatform::clearCalls();
