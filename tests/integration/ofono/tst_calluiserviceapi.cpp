@@ -84,6 +84,7 @@ void tst_CallUiServiceApi::withoutModemTheTelApplicationIsOpened()
 {
     const QString installed = m_handlers->install(QStringLiteral("tel"));
     QVERIFY2(installed.isEmpty(), qPrintable(installed));
+    QTRY_VERIFY(SchemeHandlers::isHandled(QStringLiteral("tel")));
     m_ofono->stop();
     CallUi::CallUiServiceApi calls;
     QVERIFY(calls.RequestCellularCall(QStringLiteral("+358401234567")));

@@ -108,6 +108,7 @@ void tst_MessagingIf::editorOpensTheSmsUri()
     QFETCH(QString, uri);
     const QString installed = m_handlers->install(QStringLiteral("sms"));
     QVERIFY2(installed.isEmpty(), qPrintable(installed));
+    QTRY_VERIFY(SchemeHandlers::isHandled(QStringLiteral("sms")));
     const int before = m_handlers->opened(QStringLiteral("sms")).size();
 
     MessagingIf messaging;
