@@ -41,6 +41,7 @@ constexpr const char ErrorInvalidArguments[] = "com.orvan.nfc.Error.InvalidArgum
 constexpr const char ErrorNotRegistered[] = "com.orvan.nfc.Error.NotRegistered";
 constexpr const char ErrorReadOnly[] = "com.orvan.nfc.Error.ReadOnly";
 constexpr const char ErrorNotSupported[] = "com.orvan.nfc.Error.NotSupported";
+constexpr const char ErrorSuperseded[] = "com.orvan.nfc.Error.Superseded";
 
 // Errors of the UI agent.
 constexpr const char AgentErrorRejected[] = "com.orvan.nfc.UIAgent.Rejected";
