@@ -49,8 +49,9 @@ int parseCommand(QCommandLineParser* parser, const QStringList& arguments, const
     const QCommandLineOption help(QStringList{QStringLiteral("h"), QStringLiteral("help")},
                                   QStringLiteral("Show this help."));
     parser->addOption(help);
+    // The command's name stands where QCommandLineParser expects the program.
     QStringList argv = arguments;
-    argv.prepend(QStringLiteral("nfcui-sim"));
+    argv.first() = QStringLiteral("nfcui-sim ") + arguments.first();
     if (!parser->parse(argv))
         return usageError(arguments.first(), parser->errorText());
     if (parser->isSet(help)) {
