@@ -50,6 +50,7 @@ DaemonProcess::~DaemonProcess()
 
 bool DaemonProcess::start()
 {
+    m_output.clear();
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::MergedChannels);
     m_process->start(QStringLiteral(NFCUI_DAEMON_PROGRAM), m_arguments);

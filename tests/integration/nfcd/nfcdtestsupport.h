@@ -48,6 +48,7 @@ public:
     // Stops it (SIGTERM) and waits until the name is gone.
     bool stop();
     void kill();
+    // What the daemon printed since it was last started.
     QString output() const;
     QString error() const { return m_error; }
     QProcess* process() const { return m_process.get(); }
