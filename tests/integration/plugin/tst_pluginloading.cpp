@@ -100,8 +100,7 @@ private Q_SLOTS:
         auto* plugin = qobject_cast<ConnectivityDialogPluginInterface*>(instance());
         NullServer server;
         QVERIFY(!plugin->isInitialized());
-        // The Linux platform's NFC daemon link is still to come; it says so once.
-        QTest::ignoreMessage(QtWarningMsg, "nfc-ui: The NFC daemon link (NfcAdapter) is not available on this platform yet");
+        // No NFC daemon runs on the private system bus: the adapter is invalid and no agent is made.
         plugin->initialize(&server);
         QVERIFY(plugin->isInitialized());
         plugin->destroy();
