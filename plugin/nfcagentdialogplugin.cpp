@@ -3,6 +3,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QLoggingCategory>
 #include <QMutex>
 
 #include "connectivitydialogserverinterface.h"
@@ -145,7 +146,9 @@ void NfcAgentDialogPlugin::dataDeliveryRequested(const NdefMessageHandlerList& h
     if (!d)
         return; // a late call after destroy()
 
-    qDebug("NDEF data received: %s", data.toHex().constData());
+    // The hex dump of a whole message is only made when someone reads it.
+    if (QLoggingCategory::defaultCategory()->isDebugEnabled())
+        qDebug("NDEF data received: %s", data.toHex().constData());
     d->touchTimer.start();
     d->closeTagReadRequest();
 
