@@ -199,11 +199,23 @@ private:
 Q_GLOBAL_STATIC(Registry, registry)
 
 // The URI scheme (lower case) of text that starts with one, as RFC 3986 spells it; empty otherwise.
+// Scanned by hand: compiling a regular expression would cost a first lookup more than GIO's own.
 QString schemeOf(const QString& uri)
 {
-    static const QRegularExpression scheme(QStringLiteral("^([A-Za-z][A-Za-z0-9+.-]*):"));
-    const QRegularExpressionMatch match = scheme.match(uri);
-    return match.hasMatch() ? match.captured(1).toLower() : QString();
+    auto isAsciiLetter = [](QChar c) {
+        return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z'));
+    };
+    if (uri.isEmpty() || !isAsciiLetter(uri.at(0)))
+        return QString();
+    for (int i = 1; i < uri.size(); ++i) {
+        const QChar c = uri.at(i);
+        if (c == QLatin1Char(':'))
+            return uri.left(i).toLower();
+        if (!isAsciiLetter(c) && !(c >= QLatin1Char('0') && c <= QLatin1Char('9')) && c != QLatin1Char('+')
+            && c != QLatin1Char('.') && c != QLatin1Char('-'))
+            return QString();
+    }
+    return QString();
 }
 
 // A phone number as people write it: digits with an optional leading "+", grouped with spaces, dashes
