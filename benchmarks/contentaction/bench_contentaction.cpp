@@ -47,7 +47,8 @@ bool installEntries(const QString& dataHome)
         QFile file(applications + QStringLiteral("/bench%1.desktop").arg(i, 3, 10, QLatin1Char('0')));
         if (!file.open(QIODevice::WriteOnly))
             return false;
-        const QByteArray type = i < httpHandlers ? QByteArray(httpType) : "application/x-bench-" + QByteArray::number(i);
+        const QByteArray type =
+            i < httpHandlers ? QByteArray(httpType) : "application/x-bench-" + QByteArray::number(i);
         file.write("[Desktop Entry]\nType=Application\nName=Bench " + QByteArray::number(i) + "\nExec=/bin/true %U\n"
                    "Comment=An application installed for the benchmark\nIcon=bench\nCategories=Utility;\n"
                    "MimeType=" + type + ";\n");
