@@ -47,6 +47,9 @@ BluetoothPairingProcessPrivate::BluetoothPairingProcessPrivate(BluetoothPairingP
 
 BluetoothPairingProcessPrivate::~BluetoothPairingProcessPrivate()
 {
+    // A pairing dropped halfway would keep BlueZ busy with that device.
+    if (running)
+        cancelInBluez();
     connectionManager.reset();
     closeConnection();
 }
@@ -156,27 +159,32 @@ void BluetoothPairingProcessPrivate::trusted()
     connectionManager->connect();
 }
 
+void BluetoothPairingProcessPrivate::cancelInBluez()
+{
+    if (connectionName.isEmpty() || adapterPath.isEmpty())
+        return;
+    // Asked on the pairing's own connection, which BlueZ knows as the one that pairs. The answer is not
+    // waited for, but the connection stays open until it comes, so that the call is sent.
+    QDBusConnection connection(connectionName);
+    connection.unregisterObject(BluezPairingAgent::path());
+    agent.reset();
+    BluezAdapterProxy adapter(Bluez::service(), adapterPath, connection);
+    auto* watcher = new QDBusPendingCallWatcher(adapter.CancelDeviceCreation(address));
+    const QString name = connectionName;
+    connectionName.clear();
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [name](QDBusPendingCallWatcher* done) {
+        QDBusConnection::disconnectFromBus(name);
+        done->deleteLater();
+    });
+}
+
 void BluetoothPairingProcessPrivate::timedOut()
 {
     if (!running)
         return;
     qCWarning(lcBluez, "BluetoothPairingProcess: pairing with %s took longer than %d ms; cancelled",
               qUtf8Printable(address), timeoutMs());
-    if (!connectionName.isEmpty() && !adapterPath.isEmpty()) {
-        // Asked on the pairing's own connection, which BlueZ knows as the one that pairs. The answer is
-        // not waited for, but the connection stays open until it comes, so that the call is sent.
-        QDBusConnection connection(connectionName);
-        connection.unregisterObject(BluezPairingAgent::path());
-        agent.reset();
-        BluezAdapterProxy adapter(Bluez::service(), adapterPath, connection);
-        auto* watcher = new QDBusPendingCallWatcher(adapter.CancelDeviceCreation(address));
-        const QString name = connectionName;
-        connectionName.clear();
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [name](QDBusPendingCallWatcher* done) {
-            QDBusConnection::disconnectFromBus(name);
-            done->deleteLater();
-        });
-    }
+    cancelInBluez();
     finish(Bluez::errorAuthenticationTimeout());
 }
 

@@ -81,6 +81,7 @@ private Q_SLOTS:
     void failureShowsABannerWhenAsked();
     void failureShowsNoBannerUnlessAsked();
     void hangingPairingIsCancelledAfterTheTimeout();
+    void deletedDuringPairingCancelsItInBluez();
     void withoutBluezThePairingFailsAtOnce();
 
 private:
@@ -306,6 +307,17 @@ void tst_BluetoothPairingProcess::hangingPairingIsCancelledAfterTheTimeout()
     // Nothing more arrives afterwards.
     QTest::qWait(300);
     QCOMPARE(finished.size(), 1);
+}
+
+void tst_BluetoothPairingProcess::deletedDuringPairingCancelsItInBluez()
+{
+    QVERIFY(BluezControl::setPairing(*m_bluez, address, {{QStringLiteral("Hang"), true}}));
+    auto pairing = std::make_unique<BluetoothPairingProcess>();
+    pairing->start(deviceWithAddress(address));
+    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("CreatePairedDevice")));
+    pairing.reset();
+    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("CancelDeviceCreation")));
+    QCOMPARE(m_bluez->calls(PhoneMocks::bluezAdapterPath()).last().args.value(0).toString(), address);
 }
 
 void tst_BluetoothPairingProcess::withoutBluezThePairingFailsAtOnce()
