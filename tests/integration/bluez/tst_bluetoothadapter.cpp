@@ -25,6 +25,7 @@ private Q_SLOTS:
     void deviceForAddressFindsTheDeviceWithItsProperties();
     void deviceForUnknownAddressIsInvalid();
     void listDevicesKeepsTheAdaptersOrder();
+    void withoutListDevicesTheDevicesPropertyIsUsed();
     void adapterWithoutDefaultAdapterIsInvalid();
     void bluezWithoutManagerInterfaceIsReportedAndInvalid();
     void withoutBluezTheAdapterIsInvalidAtOnce();
@@ -173,6 +174,21 @@ void tst_BluetoothAdapter::listDevicesKeepsTheAdaptersOrder()
         listed.append(device.address());
     QCOMPARE(listed, addresses);
     QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("ListDevices")));
+}
+
+void tst_BluetoothAdapter::withoutListDevicesTheDevicesPropertyIsUsed()
+{
+    const QStringList addresses {QStringLiteral("00:00:00:00:00:02"), QStringLiteral("00:00:00:00:00:01")};
+    for (const QString& address : addresses)
+        QVERIFY(BluezControl::addDevice(*m_bluez, address));
+    QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("ListDevices"),
+                                   QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")));
+    std::unique_ptr<BluetoothAdapter> adapter(BluetoothAdapter::defaultAdapter());
+
+    QStringList listed;
+    for (const BluetoothDevice& device : adapter->listDevices())
+        listed.append(device.address());
+    QCOMPARE(listed, addresses);
 }
 
 void tst_BluetoothAdapter::adapterWithoutDefaultAdapterIsInvalid()
