@@ -29,7 +29,7 @@ CallUiServiceApi::~CallUiServiceApi()
 bool CallUiServiceApi::RequestCellularCall(const QString& number)
 {
     const OfonoObjectList modems = Ofono::modems();
-    const OfonoObject* modem = Ofono::firstModemWith(modems, Ofono::voiceCallManagerInterface());
+    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::voiceCallManagerInterface());
     if (!modem)
         return Ofono::openWithSchemeHandler(QStringLiteral("tel:") + number);
 

@@ -31,8 +31,9 @@ inline QString messageManagerInterface() { return QStringLiteral("org.ofono.Mess
 // Blocks for at most the platform's time budget of one question.
 OfonoObjectList modems();
 
-// The first modem that offers interface, or nullptr.
-const OfonoObject* firstModemWith(const OfonoObjectList& modems, const QString& interface);
+// The first modem that lists interface among its Interfaces, else the first modem (the list may lag
+// behind what the modem offers); nullptr when there is no modem.
+const OfonoObject* modemFor(const OfonoObjectList& modems, const QString& interface);
 
 // Opens uri with the desktop's default application for its scheme (x-scheme-handler/<scheme>).
 // False, with a warning, when there is none or it cannot be started.

@@ -1,6 +1,7 @@
 // MessagingIf on Linux: sendSMS is MessageManager.SendMessage on the first modem; showSmsEditor opens an
 // sms: URI (recipients joined by commas, the body percent-encoded) in the desktop's sms: application.
 #include <QTemporaryDir>
+#include <QDBusVariant>
 #include <QtTest>
 
 #include "messagingif.h"
@@ -19,6 +20,7 @@ private Q_SLOTS:
 
     void sendSmsSendsOnTheFirstModem();
     void sendSmsInFlightModeStillSends();
+    void sendSmsUsesTheFirstModemAlsoWhenItsInterfacesLagBehind();
     void sendSmsWithoutOfonoFailsWithAWarning();
     // Before the sms: recorder is installed.
     void editorWithoutSmsApplicationFailsWithAWarning();
@@ -72,11 +74,22 @@ void tst_MessagingIf::sendSmsInFlightModeStillSends()
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
 }
 
+void tst_MessagingIf::sendSmsUsesTheFirstModemAlsoWhenItsInterfacesLagBehind()
+{
+    QVERIFY(m_ofono->control(PhoneMocks::ofonoModemPath(), QStringLiteral("org.freedesktop.DBus.Properties"),
+                             QStringLiteral("Set"),
+                             {QStringLiteral("org.ofono.Modem"), QStringLiteral("Interfaces"),
+                              QVariant::fromValue(QDBusVariant(QStringList{QStringLiteral("org.ofono.VoiceCallManager")}))}));
+    MessagingIf messaging;
+    QVERIFY(messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), true));
+    QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
+}
+
 void tst_MessagingIf::sendSmsWithoutOfonoFailsWithAWarning()
 {
     m_ofono->stop();
     MessagingIf messaging;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no modem sends text messages")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no modem to send text messages")));
     QVERIFY(!messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), false));
 }
 
