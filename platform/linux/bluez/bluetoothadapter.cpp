@@ -17,8 +17,7 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
-BluetoothAdapterPrivate::BluetoothAdapterPrivate(BluetoothAdapter* q)
-    : q(q)
+BluetoothAdapterPrivate::BluetoothAdapterPrivate(BluetoothAdapter* q) : q(q)
 {
 }
 
@@ -90,8 +89,7 @@ BluetoothAdapter* BluetoothAdapter::defaultAdapter()
                              d->refollow();
                      });
     // BlueZ restarting: the adapter comes back with it.
-    d->watcher = std::make_unique<QDBusServiceWatcher>(Bluez::service(), bus,
-                                                       QDBusServiceWatcher::WatchForOwnerChange);
+    d->watcher = std::make_unique<QDBusServiceWatcher>(Bluez::service(), bus, QDBusServiceWatcher::WatchForOwnerChange);
     QObject::connect(d->watcher.get(), &QDBusServiceWatcher::serviceOwnerChanged, created,
                      [d](const QString&, const QString&, const QString& newOwner) {
                          if (newOwner.isEmpty())
@@ -104,8 +102,7 @@ BluetoothAdapter* BluetoothAdapter::defaultAdapter()
     return created;
 }
 
-BluetoothAdapter::BluetoothAdapter(QObject* parent)
-    : QObject(parent), d(new BluetoothAdapterPrivate(this))
+BluetoothAdapter::BluetoothAdapter(QObject* parent) : QObject(parent), d(new BluetoothAdapterPrivate(this))
 {
 }
 

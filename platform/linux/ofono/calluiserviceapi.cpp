@@ -16,8 +16,7 @@ class CallUiServiceApiPrivate
 {
 };
 
-CallUiServiceApi::CallUiServiceApi(QObject* parent)
-    : QObject(parent), d(new CallUiServiceApiPrivate)
+CallUiServiceApi::CallUiServiceApi(QObject* parent) : QObject(parent), d(new CallUiServiceApiPrivate)
 {
 }
 

@@ -16,8 +16,7 @@ class MessagingIfPrivate
 {
 };
 
-MessagingIf::MessagingIf(const QString&, QObject* parent)
-    : QObject(parent), d(new MessagingIfPrivate)
+MessagingIf::MessagingIf(const QString&, QObject* parent) : QObject(parent), d(new MessagingIfPrivate)
 {
 }
 

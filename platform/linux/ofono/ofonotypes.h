@@ -23,9 +23,18 @@ Q_DECLARE_METATYPE(OfonoObjectList)
 
 namespace Ofono {
 
-inline QString service() { return QStringLiteral("org.ofono"); }
-inline QString voiceCallManagerInterface() { return QStringLiteral("org.ofono.VoiceCallManager"); }
-inline QString messageManagerInterface() { return QStringLiteral("org.ofono.MessageManager"); }
+inline QString service()
+{
+    return QStringLiteral("org.ofono");
+}
+inline QString voiceCallManagerInterface()
+{
+    return QStringLiteral("org.ofono.VoiceCallManager");
+}
+inline QString messageManagerInterface()
+{
+    return QStringLiteral("org.ofono.MessageManager");
+}
 
 // The modems oFono knows, in its order; empty without oFono. Registers the types above on first use.
 // Blocks for at most the platform's time budget of one question.

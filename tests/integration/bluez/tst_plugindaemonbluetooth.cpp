@@ -60,7 +60,7 @@ void tst_PluginDaemonBluetooth::init()
     QVERIFY(BluezControl::setAdapterProperty(*m_bluez, QStringLiteral("Powered"), true));
     QVERIFY(m_notifications->clearCalls(PhoneMocks::notificationsPath()));
 
-    m_daemon = std::make_unique<DaemonProcess>(QStringList{QStringLiteral("--simulator")});
+    m_daemon = std::make_unique<DaemonProcess>(QStringList {QStringLiteral("--simulator")});
     QVERIFY2(m_daemon->start(), qPrintable(m_daemon->error()));
     m_server = std::make_unique<Host::DialogServer>();
     m_presenter = std::make_unique<Host::AnswerPresenter>(Host::AnswerPresenter::Ok);
@@ -100,23 +100,25 @@ int tst_PluginDaemonBluetooth::sim(const QStringList& arguments, QByteArray* out
 void tst_PluginDaemonBluetooth::pairingWithPinIsGrantedAndConnectsAudio()
 {
     QVERIFY(BluezControl::setPairing(*m_bluez, headset,
-                                     {{QStringLiteral("Agent"), QStringList{QStringLiteral("RequestPinCode")}},
+                                     {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}},
                                       {QStringLiteral("Properties"),
-                                       QVariantMap{{QStringLiteral("Name"), QStringLiteral("Headset")},
-                                                   {QStringLiteral("UUIDs"), BluezControl::headsetUuids()}}}}));
+                                       QVariantMap {{QStringLiteral("Name"), QStringLiteral("Headset")},
+                                                    {QStringLiteral("UUIDs"), BluezControl::headsetUuids()}}}}));
     QByteArray out;
-    QCOMPARE(sim({QStringLiteral("pair"), headset, QStringLiteral("Headset"), QStringLiteral("--pin"), QStringLiteral("1234")},
+    QCOMPARE(sim({QStringLiteral("pair"), headset, QStringLiteral("Headset"), QStringLiteral("--pin"),
+                  QStringLiteral("1234")},
                  &out),
              0);
     QVERIFY2(out.startsWith("granted "), out.constData());
-    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList{QStringLiteral("RequestPinCode:1234")});
-    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset)).contains(QStringLiteral("org.bluez.Audio.Connect")));
+    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
+    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset))
+                .contains(QStringLiteral("org.bluez.Audio.Connect")));
 }
 
 void tst_PluginDaemonBluetooth::pairingRefusedByTheDeviceReachesTheDaemonAsItsBluezErrorName()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, headset,
-                                     {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+    QVERIFY(BluezControl::setPairing(
+        *m_bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     QByteArray out;
     QCOMPARE(sim({QStringLiteral("pair"), headset, QStringLiteral("Headset")}, &out), 4);
     QVERIFY2(out.startsWith("error org.bluez.Error.AuthenticationRejected"), out.constData());
