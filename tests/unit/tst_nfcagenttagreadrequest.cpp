@@ -11,6 +11,7 @@
 #include <QMetaProperty>
 #include <QThreadPool>
 
+#include "defaultsfile.h"
 #include "dialog.h"
 #include "fakedialogserver.h"
 #include "fakeplatform.h"
@@ -32,19 +33,15 @@ using ConnUi::NfcAgentTagReadRequest;
 using ConnUi::NfcTagNotSupportedDialog;
 using ConnUi::NfcTagReadPermissionDialog;
 
+using namespace DefaultsFile;
 using namespace TagReadSupport;
 
 namespace {
 
-QString databasePath()
-{
-    return QDir::homePath() + QStringLiteral("/.nfc/defaulttaghandlers");
-}
-
 // The default application database as the handlers write it: a Qt 4.6 data stream of the table.
 void writeDefaults(const QHash<QString, QString>& table)
 {
-    QVERIFY(QDir().mkpath(QDir::homePath() + QStringLiteral("/.nfc")));
+    QVERIFY(QDir().mkpath(nfcDirectoryPath()));
     QFile file(databasePath());
     QVERIFY(file.open(QIODevice::WriteOnly));
     QDataStream stream(&file);
@@ -167,7 +164,7 @@ private Q_SLOTS:
     void init()
     {
         FakePlatform::reset();
-        QDir(QDir::homePath() + QStringLiteral("/.nfc")).removeRecursively();
+        QDir(nfcDirectoryPath()).removeRecursively();
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
     }
 
