@@ -1,6 +1,6 @@
 // Banners as desktop notifications. The banner's text is the notification's summary, its detail the
 // body, its icon the application icon. The event type ("x-orvan.nfc.connected") is the notification's category,
-// already in the "x-vendor.class" form of the notification specification. Banners are transient: they
+// already in the "x-vendor.class" form of the notification protocol. Banners are transient: they
 // need not stay in the notification history.
 //
 // The call is not waited for. A session without a notification service is reported once; the banner is

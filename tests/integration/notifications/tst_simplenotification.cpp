@@ -86,7 +86,7 @@ void tst_SimpleNotification::bannerIsANotificationOfNfcUi()
              QVariantMap({{QStringLiteral("category"), QStringLiteral("x-orvan.nfc.connected")},
                           {QStringLiteral("transient"), true},
                           {QStringLiteral("desktop-entry"), QStringLiteral("nfc-ui")}}));
-    // Sent as a boolean, as the specification of the hint says.
+    // Sent as a boolean, as the notification protocol defines the hint.
     QCOMPARE(shown.hints.value(QStringLiteral("transient")).userType(), int(QMetaType::Bool));
 }
 
