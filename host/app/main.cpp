@@ -1,0 +1,155 @@
+// nfcui-host: the connectivity dialog server. It loads the dialog plugins, gives them its server and
+// presents their dialogs: in windows, through automatic answers, through the automation interface on
+// the session bus, and as screenshots.
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDir>
+#include <QFileInfo>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <memory>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "answerpresenter.h"
+#include "automation.h"
+#include "dialogserver.h"
+#include "hostlogging.h"
+#include "pluginloader.h"
+
+namespace {
+
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int signalNumber)
+{
+    const char byte = static_cast<char>(signalNumber);
+    if (::write(signalPipe[1], &byte, 1) < 0) {
+        // Nothing can be done about it inside a signal handler.
+    }
+}
+
+// SIGINT and SIGTERM end the event loop, so that the plugins are destroyed like on any other exit.
+void quitOnSignals(QCoreApplication* app)
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, app);
+    QObject::connect(notifier, &QSocketNotifier::activated, app, [notifier]() {
+        char byte = 0;
+        if (::read(signalPipe[0], &byte, 1) == 1)
+            qCInfo(lcHost) << "Signal" << int(byte) << "received, quitting";
+        notifier->setEnabled(false);
+        QCoreApplication::quit();
+    });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+// Where plugins are looked for without --plugin or --plugin-dir: the installed plugin directory, or the
+// build tree's lib/ when the host runs from a build tree.
+QString defaultPluginDirectory()
+{
+    const QString environment = qEnvironmentVariable("NFCUI_PLUGIN_DIR");
+    if (!environment.isEmpty())
+        return environment;
+    const QString buildTree = QCoreApplication::applicationDirPath() + QStringLiteral("/../lib");
+    if (QFileInfo::exists(buildTree + QStringLiteral("/libnfcagentdialogplugin.so"))
+        && !QFileInfo::exists(QStringLiteral(NFCUI_PLUGIN_DIR)))
+        return QDir::cleanPath(buildTree);
+    return QStringLiteral(NFCUI_PLUGIN_DIR);
+}
+
+void fail(const QString& message)
+{
+    fprintf(stderr, "nfcui-host: %s\n", qPrintable(message));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("nfcui-host"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("0.1"));
+    QCoreApplication app(argc, argv);
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("The connectivity dialog server: loads dialog plugins and "
+                                                    "presents their dialogs."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption pluginOption(QStringLiteral("plugin"),
+                                          QStringLiteral("Load this plugin library (may be repeated)."),
+                                          QStringLiteral("FILE"));
+    const QCommandLineOption pluginDirOption(QStringLiteral("plugin-dir"),
+                                             QStringLiteral("Load every plugin library in this directory."),
+                                             QStringLiteral("DIR"));
+    const QCommandLineOption automationOption(QStringLiteral("automation"),
+                                              QStringLiteral("Export the automation interface on the session "
+                                                             "bus as com.orvan.DialogServer."));
+    const QCommandLineOption answerOption(QStringLiteral("answer"),
+                                          QStringLiteral("Answer every dialog at once: ok, cancel or none."),
+                                          QStringLiteral("ok|cancel|none"), QStringLiteral("none"));
+    const QCommandLineOption screenshotsOption(QStringLiteral("screenshots"),
+                                               QStringLiteral("Save a PNG of every dialog as it appears."),
+                                               QStringLiteral("DIR"));
+    parser.addOptions({pluginOption, pluginDirOption, automationOption, answerOption, screenshotsOption});
+    parser.process(app);
+
+    Host::AnswerPresenter::Answer answer = Host::AnswerPresenter::None;
+    if (!Host::AnswerPresenter::parse(parser.value(answerOption), &answer)) {
+        fail(QStringLiteral("--answer takes ok, cancel or none, not \"%1\"").arg(parser.value(answerOption)));
+        return 2;
+    }
+    if (parser.isSet(pluginOption) && parser.isSet(pluginDirOption)) {
+        fail(QStringLiteral("give either --plugin or --plugin-dir"));
+        return 2;
+    }
+
+    quitOnSignals(&app);
+
+    auto server = std::make_unique<Host::DialogServer>();
+    Host::AnswerPresenter answerPresenter(answer);
+    server->addPresenter(&answerPresenter);
+
+    std::unique_ptr<Host::Automation> automation;
+    if (parser.isSet(automationOption)) {
+        automation = std::make_unique<Host::Automation>(server.get());
+        QString error;
+        if (!automation->exportOn(QDBusConnection::sessionBus(), &error)) {
+            fail(error);
+            return 3;
+        }
+    }
+
+    Host::PluginLoader loader(server.get());
+    if (parser.isSet(pluginOption)) {
+        for (const QString& file : parser.values(pluginOption))
+            loader.load(file);
+    } else {
+        const QString directory =
+            parser.isSet(pluginDirOption) ? parser.value(pluginDirOption) : defaultPluginDirectory();
+        if (loader.loadDirectory(directory) == 0 && loader.failures().isEmpty())
+            fail(QStringLiteral("no plugin library (*.so) in %1").arg(QDir(directory).absolutePath()));
+    }
+    if (loader.loadedFiles().isEmpty()) {
+        fail(QStringLiteral("no plugin could be loaded"));
+        return 1;
+    }
+
+    fprintf(stderr, "nfcui-host: ready with %d plugin(s)\n", int(loader.loadedFiles().size()));
+    const int status = app.exec();
+
+    // Plugins first, so that their requests end before the dialogs they showed are deleted.
+    loader.destroyAll();
+    server->removePresenter(&answerPresenter);
+    automation.reset();
+    server.reset();
+    return status;
+}

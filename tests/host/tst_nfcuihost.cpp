@@ -1,0 +1,216 @@
+// nfcui-host as a process: plugin options, errors and exit codes, --answer, --automation, and the
+// plugins' destroy() on SIGINT and SIGTERM.
+#include <QtTest>
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <csignal>
+
+#include "automationtypes.h"
+
+class tst_NfcuiHost : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QString m_stderr;
+
+    QString pluginLog() const { return m_dir.filePath(QStringLiteral("plugin.log")); }
+    QStringList pluginLogLines() const
+    {
+        QFile file(pluginLog());
+        if (!file.open(QIODevice::ReadOnly))
+            return QStringList();
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    std::unique_ptr<QProcess> start(const QStringList& arguments, const QString& dialogText = QString(),
+                                    const QProcessEnvironment& extra = QProcessEnvironment())
+    {
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_LOG"), pluginLog());
+        if (!dialogText.isEmpty())
+            environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_DIALOG"), dialogText);
+        for (const QString& key : extra.keys())
+            environment.insert(key, extra.value(key));
+        process->setProcessEnvironment(environment);
+        process->setProgram(QStringLiteral(NFCUI_HOST_EXECUTABLE));
+        process->setArguments(arguments);
+        connect(process.get(), &QProcess::readyReadStandardError, this,
+                [this, p = process.get()]() { m_stderr += QString::fromUtf8(p->readAllStandardError()); });
+        process->start();
+        return process;
+    }
+
+    // Runs the host to its end and returns its exit code.
+    int run(const QStringList& arguments, const QProcessEnvironment& extra = QProcessEnvironment())
+    {
+        auto process = start(arguments, QString(), extra);
+        if (!process->waitForFinished(10000)) {
+            process->kill();
+            process->waitForFinished();
+            return -1;
+        }
+        m_stderr += QString::fromUtf8(process->readAllStandardError());
+        return process->exitStatus() == QProcess::NormalExit ? process->exitCode() : -1;
+    }
+
+    bool waitForStderr(const QString& text, int timeout = 10000)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (!m_stderr.contains(text) && timer.elapsed() < timeout)
+            QTest::qWait(20);
+        return m_stderr.contains(text);
+    }
+
+    bool stop(QProcess* process, int signalNumber)
+    {
+        ::kill(static_cast<pid_t>(process->processId()), signalNumber);
+        return process->waitForFinished(10000) && process->exitStatus() == QProcess::NormalExit
+               && process->exitCode() == 0;
+    }
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY(m_dir.isValid()); }
+
+    void init()
+    {
+        QFile::remove(pluginLog());
+        m_stderr.clear();
+    }
+
+    void aMissingPluginIsAnErrorNamingIt()
+    {
+        const QString missing = m_dir.filePath(QStringLiteral("libmissing.so"));
+        QCOMPARE(run({QStringLiteral("--plugin"), missing}), 1);
+        QVERIFY2(m_stderr.contains(missing + QStringLiteral(": no such file")), qPrintable(m_stderr));
+        QVERIFY2(m_stderr.contains(QStringLiteral("nfcui-host: no plugin could be loaded")), qPrintable(m_stderr));
+    }
+
+    void anEmptyPluginDirectoryIsAnError()
+    {
+        QTemporaryDir empty;
+        QCOMPARE(run({QStringLiteral("--plugin-dir"), empty.path()}), 1);
+        QVERIFY2(m_stderr.contains(QStringLiteral("no plugin library (*.so) in ") + empty.path()), qPrintable(m_stderr));
+    }
+
+    void aBrokenPluginIsReportedAndSkippedWhileTheOthersRun()
+    {
+        QTemporaryDir plugins;
+        QVERIFY(QFile::link(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING), plugins.filePath(QStringLiteral("libgood.so"))));
+        QVERIFY(QFile::link(QStringLiteral(NFCUI_TEST_PLUGIN_NOTAPLUGIN), plugins.filePath(QStringLiteral("libbad.so"))));
+        auto host = start({QStringLiteral("--plugin-dir"), plugins.path()});
+        QVERIFY2(waitForStderr(QStringLiteral("ready with 1 plugin(s)")), qPrintable(m_stderr));
+        QVERIFY2(m_stderr.contains(plugins.filePath(QStringLiteral("libbad.so"))
+                                   + QStringLiteral(": QObject is not a ConnectivityDialogPluginInterface")),
+                 qPrintable(m_stderr));
+        QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+        QVERIFY(stop(host.get(), SIGTERM));
+    }
+
+    void anUnknownAnswerIsAUsageError()
+    {
+        QCOMPARE(run({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                      QStringLiteral("--answer"), QStringLiteral("maybe")}), 2);
+        QVERIFY2(m_stderr.contains(QStringLiteral("--answer takes ok, cancel or none, not \"maybe\"")), qPrintable(m_stderr));
+        QVERIFY(pluginLogLines().isEmpty());
+    }
+
+    void sigtermDestroysThePlugins()
+    {
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
+        QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
+        QVERIFY(stop(host.get(), SIGTERM));
+        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+    }
+
+    void sigintDestroysThePlugins()
+    {
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
+        QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
+        QVERIFY(stop(host.get(), SIGINT));
+        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+    }
+
+    void answerOkAnswersEveryDialog()
+    {
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                           QStringLiteral("--answer"), QStringLiteral("ok")},
+                          QStringLiteral("Question"));
+        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 16384"}), 10000);
+        QVERIFY(stop(host.get(), SIGTERM));
+    }
+
+    void answerCancelDeclinesEveryDialog()
+    {
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                           QStringLiteral("--answer"), QStringLiteral("cancel")},
+                          QStringLiteral("Question"));
+        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 65536"}), 10000);
+        QVERIFY(stop(host.get(), SIGTERM));
+    }
+
+    void automationListsAndAnswersTheDialogs()
+    {
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                           QStringLiteral("--automation")},
+                          QStringLiteral("Question"));
+        QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
+        Host::registerAutomationTypes();
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        Host::AutomationDialogList dialogs;
+        QElapsedTimer timer;
+        timer.start();
+        while (dialogs.isEmpty() && timer.elapsed() < 10000) {
+            const QDBusMessage reply = bus.call(QDBusMessage::createMethodCall(
+                QStringLiteral("com.orvan.DialogServer"), QStringLiteral("/"),
+                QStringLiteral("com.orvan.DialogServer.Automation"), QStringLiteral("ListDialogs")));
+            QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
+            dialogs = qdbus_cast<Host::AutomationDialogList>(reply.arguments().at(0));
+            if (dialogs.isEmpty())
+                QTest::qWait(20);
+        }
+        QCOMPARE(dialogs.size(), 1);
+        QCOMPARE(dialogs.first().properties.value(QStringLiteral("class")).toString(), QStringLiteral("MessageBox"));
+        QCOMPARE(dialogs.first().properties.value(QStringLiteral("text")).toString(), QStringLiteral("Question"));
+        QDBusMessage answer = QDBusMessage::createMethodCall(
+            QStringLiteral("com.orvan.DialogServer"), QStringLiteral("/"),
+            QStringLiteral("com.orvan.DialogServer.Automation"), QStringLiteral("Answer"));
+        answer.setArguments({dialogs.first().id, 0x10000, QString(), false});
+        QCOMPARE(bus.call(answer).type(), QDBusMessage::ReplyMessage);
+        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 65536"}), 10000);
+        QVERIFY(stop(host.get(), SIGTERM));
+        QCOMPARE(pluginLogLines(), QStringList({"initialize", "finished 65536", "destroy"}));
+    }
+
+    void aTakenAutomationNameIsAnError()
+    {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        QVERIFY(bus.registerService(QStringLiteral("com.orvan.DialogServer")));
+        QCOMPARE(run({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                      QStringLiteral("--automation")}), 3);
+        bus.unregisterService(QStringLiteral("com.orvan.DialogServer"));
+        QVERIFY2(m_stderr.contains(QStringLiteral("the name com.orvan.DialogServer is already taken")), qPrintable(m_stderr));
+        QVERIFY(pluginLogLines().isEmpty());
+    }
+
+    void anUnreachableSessionBusIsAnError()
+    {
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
+        QCOMPARE(run({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                      QStringLiteral("--automation")}, environment), 3);
+        QVERIFY2(m_stderr.contains(QStringLiteral("cannot reach the session bus")), qPrintable(m_stderr));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_NfcuiHost)
+#include "tst_nfcuihost.moc"

@@ -1,0 +1,210 @@
+// Loading dialog plugin libraries: the built plugin, a good test plugin, and libraries that fail each check.
+#include <QtTest>
+
+#include <QTemporaryDir>
+
+#include "connectivitydialogplugininterface.h"
+#include "dialogserver.h"
+#include "pluginloader.h"
+
+class tst_PluginLoader : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+
+    QString pluginLog() const { return m_dir.filePath(QStringLiteral("plugin.log")); }
+    QStringList pluginLogLines() const
+    {
+        QFile file(pluginLog());
+        if (!file.open(QIODevice::ReadOnly))
+            return QStringList();
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    }
+
+    // Loads a library that must be refused; *reason is what was reported for it.
+    void refuse(const QString& file, QString* reason)
+    {
+        Host::DialogServer server;
+        Host::PluginLoader loader(&server);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Skipping plugin ")));
+        QVERIFY(!loader.load(file, reason));
+        QCOMPARE(loader.failures(), QStringList({*reason}));
+        QVERIFY(loader.loadedFiles().isEmpty());
+        QVERIFY(loader.plugins().isEmpty());
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        qputenv("NFCUI_TEST_PLUGIN_LOG", pluginLog().toUtf8());
+    }
+
+    void init() { QFile::remove(pluginLog()); }
+
+    void theBuiltPluginIsLoadedInitializedAndDestroyed()
+    {
+        Host::DialogServer server;
+        Host::PluginLoader loader(&server);
+        QString error;
+        QVERIFY2(loader.load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
+        QCOMPARE(loader.loadedFiles(), QStringList({QFileInfo(QStringLiteral(NFCUI_PLUGIN_FILE)).absoluteFilePath()}));
+        QCOMPARE(loader.plugins().size(), 1);
+        ConnectivityDialogPluginInterface* plugin = loader.plugins().first();
+        QVERIFY(plugin->isInitialized());
+        loader.destroyAll();
+        QVERIFY(!plugin->isInitialized());
+        QVERIFY(loader.failures().isEmpty());
+    }
+
+    void aGoodPluginIsInitializedWithTheServerAndDestroyedOnce()
+    {
+        {
+            Host::DialogServer server;
+            Host::PluginLoader loader(&server);
+            QVERIFY(loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)));
+            QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+            loader.destroyAll();
+            loader.destroyAll();
+            QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+        }
+        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+    }
+
+    void theLoaderDestroysItsPluginsWhenItGoes()
+    {
+        {
+            Host::DialogServer server;
+            Host::PluginLoader loader(&server);
+            QVERIFY(loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)));
+        }
+        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+    }
+
+    void aMissingFileIsReportedWithItsPath()
+    {
+        const QString missing = m_dir.filePath(QStringLiteral("libmissing.so"));
+        QString reason;
+        refuse(missing, &reason);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(reason, missing + QStringLiteral(": no such file"));
+    }
+
+    void aFileThatIsNoLibraryIsReportedWithTheLoadersReason()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("libtext.so"));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("not a library\n");
+        file.close();
+        QString reason;
+        refuse(path, &reason);
+        if (QTest::currentTestFailed())
+            return;
+        QVERIFY2(reason.startsWith(path + QStringLiteral(": cannot be loaded: ")), qPrintable(reason));
+    }
+
+    void aLibraryWithoutEntryPointsIsReported()
+    {
+        const QString path = QStringLiteral(NFCUI_TEST_PLUGIN_NOENTRYPOINTS);
+        QString reason;
+        refuse(path, &reason);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(reason, path + QStringLiteral(": no entry point qt_plugin_query_verification_data"));
+    }
+
+    void aWrongVerificationPatternIsReported()
+    {
+        const QString path = QStringLiteral(NFCUI_TEST_PLUGIN_WRONGPATTERN);
+        QString reason;
+        refuse(path, &reason);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(reason, path + QStringLiteral(": verification data has pattern \"SOMETHING_ELSE\" instead "
+                                                      "of QT_PLUGIN_VERIFICATION_DATA"));
+        QVERIFY(pluginLogLines().isEmpty());
+    }
+
+    void anInstanceFunctionWithoutObjectIsReported()
+    {
+        const QString path = QStringLiteral(NFCUI_TEST_PLUGIN_NOINSTANCE);
+        QString reason;
+        refuse(path, &reason);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(reason, path + QStringLiteral(": qt_plugin_instance() returned no object"));
+    }
+
+    void anInstanceThatIsNoDialogPluginIsReported()
+    {
+        const QString path = QStringLiteral(NFCUI_TEST_PLUGIN_NOTAPLUGIN);
+        QString reason;
+        refuse(path, &reason);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(reason, path + QStringLiteral(": QObject is not a ConnectivityDialogPluginInterface"));
+    }
+
+    void theSameLibraryIsNotLoadedTwice()
+    {
+        Host::DialogServer server;
+        Host::PluginLoader loader(&server);
+        QVERIFY(loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)));
+        QString error;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("already loaded$")));
+        QVERIFY(!loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING), &error));
+        QVERIFY(error.endsWith(QStringLiteral(": already loaded")));
+        QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+    }
+
+    void aDirectoryLoadsItsGoodLibrariesAndSkipsTheBrokenOnes()
+    {
+        QTemporaryDir plugins;
+        QVERIFY(plugins.isValid());
+        const QStringList sources = {NFCUI_TEST_PLUGIN_RECORDING, NFCUI_TEST_PLUGIN_WRONGPATTERN,
+                                     NFCUI_TEST_PLUGIN_NOINSTANCE};
+        for (const QString& source : sources)
+            QVERIFY(QFile::link(source, plugins.filePath(QFileInfo(source).fileName())));
+        QFile notes(plugins.filePath(QStringLiteral("README")));
+        QVERIFY(notes.open(QIODevice::WriteOnly));
+        notes.close();
+
+        Host::DialogServer server;
+        Host::PluginLoader loader(&server);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Skipping plugin .*wrongpattern")));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^Skipping plugin .*noinstance")));
+        QCOMPARE(loader.loadDirectory(plugins.path()), 1);
+        QCOMPARE(loader.loadedFiles(), QStringList({plugins.filePath(QStringLiteral("libtestplugin_recording.so"))}));
+        QCOMPARE(loader.failures().size(), 2);
+        QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+    }
+
+    void aMissingDirectoryIsReported()
+    {
+        Host::DialogServer server;
+        Host::PluginLoader loader(&server);
+        const QString missing = m_dir.filePath(QStringLiteral("nowhere"));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no such directory$")));
+        QCOMPARE(loader.loadDirectory(missing), 0);
+        QCOMPARE(loader.failures(), QStringList({missing + QStringLiteral(": no such directory")}));
+    }
+
+    void verificationFieldsAreReadByName()
+    {
+        const QByteArray data("pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.7.4\ndebug=false\n"
+                              "buildkey=armv6 linux g++-4 full-config");
+        QCOMPARE(Host::PluginLoader::verificationField(data, QStringLiteral("pattern")),
+                 QStringLiteral("QT_PLUGIN_VERIFICATION_DATA"));
+        QCOMPARE(Host::PluginLoader::verificationField(data, QStringLiteral("buildkey")),
+                 QStringLiteral("armv6 linux g++-4 full-config"));
+        QVERIFY(Host::PluginLoader::verificationField(data, QStringLiteral("missing")).isNull());
+        QVERIFY(Host::PluginLoader::verificationField(QByteArray(), QStringLiteral("pattern")).isNull());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_PluginLoader)
+#include "tst_pluginloader.moc"
