@@ -1,12 +1,16 @@
 // nfcui-host: the connectivity dialog server. It loads the dialog plugins, gives them its server and
 // presents their dialogs: in windows, through automatic answers, through the automation interface on
 // the session bus, and as screenshots.
+#include <QApplication>
 #include <QCommandLineParser>
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDir>
 #include <QFileInfo>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QSocketNotifier>
+#include <QRegularExpression>
+#include <QTranslator>
 
 #include <csignal>
 #include <memory>
@@ -18,6 +22,7 @@
 #include "dialogserver.h"
 #include "hostlogging.h"
 #include "pluginloader.h"
+#include "widgetpresenter.h"
 
 namespace {
 
@@ -66,6 +71,44 @@ QString defaultPluginDirectory()
     return QStringLiteral(NFCUI_PLUGIN_DIR);
 }
 
+// The catalogues: next to the build tree's programs, or installed.
+QString translationsDirectory()
+{
+    const QString environment = qEnvironmentVariable("NFCUI_TRANSLATIONS_DIR");
+    if (!environment.isEmpty())
+        return environment;
+    const QString buildTree = QCoreApplication::applicationDirPath() + QStringLiteral("/../data");
+    if (QFileInfo::exists(buildTree + QStringLiteral("/nfcui-host_en.qm")))
+        return QDir::cleanPath(buildTree);
+    return QStringLiteral(NFCUI_TRANSLATIONS_DIR);
+}
+
+// The English catalogues give every logical id its text; the locale's language, when there is a
+// catalogue for it, goes on top. The plugins' texts ("nfc-ui") and the host's own are loaded alike.
+void installTranslations(QCoreApplication* app)
+{
+    const QString directory = translationsDirectory();
+    const QLocale locale;
+    for (const char* catalogue : {"nfc-ui", "nfcui-host"}) {
+        auto* english = new QTranslator(app);
+        if (english->load(QLatin1String(catalogue) + QStringLiteral("_en"), directory))
+            QCoreApplication::installTranslator(english);
+        else
+            qCWarning(lcHost).noquote() << "No English catalogue" << catalogue << "in" << directory;
+        if (locale.language() == QLocale::English || locale.language() == QLocale::C)
+            continue;
+        auto* local = new QTranslator(app);
+        if (local->load(locale, QLatin1String(catalogue), QStringLiteral("_"), directory))
+            QCoreApplication::installTranslator(local);
+    }
+}
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+           || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
 void fail(const QString& message)
 {
     fprintf(stderr, "nfcui-host: %s\n", qPrintable(message));
@@ -77,7 +120,27 @@ int main(int argc, char** argv)
 {
     QCoreApplication::setApplicationName(QStringLiteral("nfcui-host"));
     QCoreApplication::setApplicationVersion(QStringLiteral("0.1"));
-    QCoreApplication app(argc, argv);
+
+    // Whether there will be windows decides the kind of application, so the options are read first.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    const bool wantsScreenshots = arguments.contains(QStringLiteral("--screenshots"))
+        || !arguments.filter(QRegularExpression(QStringLiteral("^--screenshots="))).isEmpty();
+    const bool display = hasDisplay();
+    if (!display && wantsScreenshots)
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // screenshots render without a display
+    // Qt reads options of its own from the command line (QGuiApplication takes "-plugin"), so it gets
+    // only the program name; the host's options are parsed from the list above.
+    static int qtArgc = 1;
+    static char* qtArgv[] = {argv[0], nullptr};
+    std::unique_ptr<QCoreApplication> application;
+    if (display || wantsScreenshots)
+        application = std::make_unique<QApplication>(qtArgc, qtArgv);
+    else
+        application = std::make_unique<QCoreApplication>(qtArgc, qtArgv);
+    QCoreApplication& app = *application;
+    installTranslations(&app);
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("The connectivity dialog server: loads dialog plugins and "
@@ -100,7 +163,7 @@ int main(int argc, char** argv)
                                                QStringLiteral("Save a PNG of every dialog as it appears."),
                                                QStringLiteral("DIR"));
     parser.addOptions({pluginOption, pluginDirOption, automationOption, answerOption, screenshotsOption});
-    parser.process(app);
+    parser.process(arguments);
 
     Host::AnswerPresenter::Answer answer = Host::AnswerPresenter::None;
     if (!Host::AnswerPresenter::parse(parser.value(answerOption), &answer)) {
@@ -116,6 +179,16 @@ int main(int argc, char** argv)
 
     auto server = std::make_unique<Host::DialogServer>();
     Host::AnswerPresenter answerPresenter(answer);
+    std::unique_ptr<Host::WidgetPresenter> widgetPresenter;
+    if (qobject_cast<QApplication*>(&app)) {
+        widgetPresenter = std::make_unique<Host::WidgetPresenter>(display);
+        if (parser.isSet(screenshotsOption))
+            widgetPresenter->setScreenshotDirectory(parser.value(screenshotsOption));
+        server->addPresenter(widgetPresenter.get());
+    } else {
+        qCInfo(lcHost) << "No display: dialogs are answered only through --answer and --automation";
+    }
+    // Windows and screenshots first, so that a screenshot shows the dialog before it is answered.
     server->addPresenter(&answerPresenter);
 
     std::unique_ptr<Host::Automation> automation;
@@ -149,6 +222,9 @@ int main(int argc, char** argv)
     // Plugins first, so that their requests end before the dialogs they showed are deleted.
     loader.destroyAll();
     server->removePresenter(&answerPresenter);
+    if (widgetPresenter)
+        server->removePresenter(widgetPresenter.get());
+    widgetPresenter.reset();
     automation.reset();
     server.reset();
     return status;

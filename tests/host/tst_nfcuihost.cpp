@@ -6,6 +6,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
+#include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -189,6 +190,21 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 65536"}), 10000);
         QVERIFY(stop(host.get(), SIGTERM));
         QCOMPARE(pluginLogLines(), QStringList({"initialize", "finished 65536", "destroy"}));
+    }
+
+    void screenshotsAreSavedWithoutADisplay()
+    {
+        const QString shots = m_dir.filePath(QStringLiteral("shots"));
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QString());
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
+                           QStringLiteral("--answer"), QStringLiteral("ok"), QStringLiteral("--screenshots"), shots},
+                          QStringLiteral("Question"), environment);
+        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 16384"}), 10000);
+        QVERIFY(stop(host.get(), SIGTERM));
+        const QImage image(shots + QStringLiteral("/001-MessageBox.png"));
+        QVERIFY2(!image.isNull(), qPrintable(m_stderr));
+        QCOMPARE(image.size(), QSize(360, 640));
     }
 
     void aTakenAutomationNameIsAnError()

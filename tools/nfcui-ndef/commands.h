@@ -10,6 +10,7 @@ namespace NdefTool {
 int runInspect(const QStringList& arguments);
 int runRemember(const QStringList& arguments);
 int runBuild(const QStringList& arguments);
+int runDefaults(const QStringList& arguments);
 
 } // namespace NdefTool
 

@@ -19,6 +19,8 @@ const char generalHelp[] =
     "        Remember APPLICATION as the default application for record N's key.\n"
     "  build RECORD... [--out FILE]\n"
     "        Write an NDEF message from records given on the command line.\n"
+    "  defaults list | forget KEY | clear [--force]\n"
+    "        Show or forget the applications remembered for kinds of records.\n"
     "\n"
     "'nfcui-ndef COMMAND --help' describes each command.\n"
     "Exit status: 0 success, 1 failure, 2 data that is not an NDEF message, 64 bad command line.\n";
@@ -34,7 +36,7 @@ int main(int argc, char* argv[])
 
     QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 2)
-        return NdefTool::usageError(QString(), QStringLiteral("a command is missing (inspect, remember or build)"));
+        return NdefTool::usageError(QString(), QStringLiteral("a command is missing (inspect, remember, build or defaults)"));
 
     const QString command = arguments.takeAt(1);
     if (command == QLatin1String("inspect"))
@@ -43,6 +45,8 @@ int main(int argc, char* argv[])
         return NdefTool::runRemember(arguments);
     if (command == QLatin1String("build"))
         return NdefTool::runBuild(arguments);
+    if (command == QLatin1String("defaults"))
+        return NdefTool::runDefaults(arguments);
     if (command == QLatin1String("--help") || command == QLatin1String("-h") || command == QLatin1String("help")) {
         NdefTool::printText(QString::fromLatin1(generalHelp));
         return NdefTool::ExitSuccess;
