@@ -30,15 +30,22 @@ const char relativeFilePrefix[] = "file://";
 const char absoluteFilePrefix[] = "file:///";
 const char documentsFilePrefix[] = "file:///home/user/MyDocs/";
 
+// Bounded by the array's size: the NDEF library's arrays are views of the message and carry no
+// terminating NUL of their own.
 QString utf8UpToNul(const QByteArray& bytes)
 {
-    return QString::fromUtf8(bytes.constData());
+    return QString::fromUtf8(bytes.constData(), int(qstrnlen(bytes.constData(), uint(bytes.size()))));
 }
 
 // Whole byte arrays, embedded NULs included (the QByteArray overloads stop at the first NUL).
 QString utf8(const QByteArray& bytes)
 {
     return QString::fromUtf8(bytes.constData(), bytes.size());
+}
+
+QString latin1UpToNul(const QByteArray& bytes)
+{
+    return QString::fromLatin1(bytes.constData(), int(qstrnlen(bytes.constData(), uint(bytes.size()))));
 }
 
 QString latin1(const QByteArray& bytes)
@@ -370,7 +377,7 @@ QString NdefRecordHandlerPrivate::recordType()
     else if (!external.isEmpty())
         key.append(external);
     else
-        key.append(QString::fromLatin1(record->getType().getName().constData()));
+        key.append(latin1UpToNul(record->getType().getName()));
     return key;
 }
 

@@ -3,6 +3,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QLoggingCategory>
 #include <QMutex>
 
 #include "connectivitydialogserverinterface.h"
@@ -145,7 +146,9 @@ void NfcAgentDialogPlugin::dataDeliveryRequested(const NdefMessageHandlerList& h
     if (!d)
         return; // a late call after destroy()
 
-    qDebug("NDEF data received: %s", data.toHex().constData());
+    // The hex dump of a whole message is only made when someone reads it.
+    if (QLoggingCategory::defaultCategory()->isDebugEnabled())
+        qDebug("NDEF data received: %s", data.toHex().constData());
     d->touchTimer.start();
     d->closeTagReadRequest();
 
@@ -175,13 +178,7 @@ void NfcAgentDialogPlugin::sharingPermissionRequested(const QString& carrier, co
     if (!d)
         return; // a late call after destroy()
     d->closeTagReadRequest();
-
-    NfcAgentSharingRequest* request =
-        new NfcAgentSharingRequest(NfcAgentSharingRequest::SharingPermission, d->server, carrier, info, resources);
-    connect(request, SIGNAL(accepted()), d, SLOT(sharingAccepted()));
-    connect(request, SIGNAL(rejected()), d, SLOT(sharingRejected()));
-    request->start();
-    d->requests.add(request);
+    d->startSharingRequest(NfcAgentSharingRequest::SharingPermission, carrier, info, resources);
 }
 
 void NfcAgentDialogPlugin::sharingSelectionRequested(const QString& carrier, const QVariant& info)
@@ -190,13 +187,7 @@ void NfcAgentDialogPlugin::sharingSelectionRequested(const QString& carrier, con
     if (!d)
         return; // a late call after destroy()
     d->closeTagReadRequest();
-
-    NfcAgentSharingRequest* request = new NfcAgentSharingRequest(NfcAgentSharingRequest::SharingSelection,
-                                                                 d->server, carrier, info, QStringList());
-    connect(request, SIGNAL(accepted()), d, SLOT(sharingAccepted()));
-    connect(request, SIGNAL(rejected()), d, SLOT(sharingRejected()));
-    request->start();
-    d->requests.add(request);
+    d->startSharingRequest(NfcAgentSharingRequest::SharingSelection, carrier, info, QStringList());
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -218,17 +209,11 @@ void NfcAgentDialogPlugin::btPairingRequested(const QDBusObjectPath& target, con
     d->signalNfcPairingStarted();
 
     NfcAgentBluetoothRequest* request =
-        new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Pairing, d->server, target, addr, name, cod);
+        d->newBluetoothRequest(NfcAgentBluetoothRequest::Pairing, target, addr, name, cod);
     d->pairingRequest = request;
     request->setPinCode(pin);
-
-    connect(request, SIGNAL(accepted()), d, SLOT(bluetoothRequestAccepted()));
-    connect(request, SIGNAL(rejected()), d, SLOT(bluetoothRequestRejected()));
-    connect(request, SIGNAL(failed(QString)), d, SLOT(bluetoothRequestFailed(QString)));
     connect(request, SIGNAL(dialogShown()), d, SLOT(unlockScreen()));
-
-    request->start();
-    d->requests.add(request);
+    d->startBluetoothRequest(request);
 }
 
 void NfcAgentDialogPlugin::btConnectionRequested(const QDBusObjectPath& target, const QString& addr,
@@ -237,14 +222,7 @@ void NfcAgentDialogPlugin::btConnectionRequested(const QDBusObjectPath& target, 
     NfcAgentDialogPluginPrivate* d = d_ptr;
     if (!d)
         return; // a late call after destroy()
-
-    NfcAgentBluetoothRequest* request =
-        new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Connect, d->server, target, addr, name, cod);
-    connect(request, SIGNAL(accepted()), d, SLOT(bluetoothRequestAccepted()));
-    connect(request, SIGNAL(rejected()), d, SLOT(bluetoothRequestRejected()));
-    connect(request, SIGNAL(failed(QString)), d, SLOT(bluetoothRequestFailed(QString)));
-    request->start();
-    d->requests.add(request);
+    d->startBluetoothRequest(d->newBluetoothRequest(NfcAgentBluetoothRequest::Connect, target, addr, name, cod));
 }
 
 void NfcAgentDialogPlugin::btDisconnectionRequested(const QDBusObjectPath& target, const QString& addr,
@@ -253,14 +231,7 @@ void NfcAgentDialogPlugin::btDisconnectionRequested(const QDBusObjectPath& targe
     NfcAgentDialogPluginPrivate* d = d_ptr;
     if (!d)
         return; // a late call after destroy()
-
-    NfcAgentBluetoothRequest* request =
-        new NfcAgentBluetoothRequest(NfcAgentBluetoothRequest::Disconnect, d->server, target, addr, name, cod);
-    connect(request, SIGNAL(accepted()), d, SLOT(bluetoothRequestAccepted()));
-    connect(request, SIGNAL(rejected()), d, SLOT(bluetoothRequestRejected()));
-    connect(request, SIGNAL(failed(QString)), d, SLOT(bluetoothRequestFailed(QString)));
-    request->start();
-    d->requests.add(request);
+    d->startBluetoothRequest(d->newBluetoothRequest(NfcAgentBluetoothRequest::Disconnect, target, addr, name, cod));
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -284,8 +255,41 @@ NfcAgentDialogPluginPrivate::~NfcAgentDialogPluginPrivate()
     requests.clear();
 }
 
+NfcAgentDialogPluginPrivate* NfcAgentDialogPluginPrivate::get(NfcAgentDialogPlugin* plugin)
+{
+    return plugin->d_ptr;
+}
+
 void NfcAgentDialogPluginPrivate::resetRequest()
 {
+}
+
+void NfcAgentDialogPluginPrivate::startSharingRequest(NfcAgentSharingRequest::Type type, const QString& carrier,
+                                                      const QVariant& info, const QStringList& resources)
+{
+    NfcAgentSharingRequest* request = new NfcAgentSharingRequest(type, server, carrier, info, resources);
+    connect(request, SIGNAL(accepted()), this, SLOT(sharingAccepted()));
+    connect(request, SIGNAL(rejected()), this, SLOT(sharingRejected()));
+    request->start();
+    requests.add(request);
+}
+
+NfcAgentBluetoothRequest* NfcAgentDialogPluginPrivate::newBluetoothRequest(NfcAgentBluetoothRequest::Type type,
+                                                                           const QDBusObjectPath& target,
+                                                                           const QString& addr, const QString& name,
+                                                                           uint cod)
+{
+    NfcAgentBluetoothRequest* request = new NfcAgentBluetoothRequest(type, server, target, addr, name, cod);
+    connect(request, SIGNAL(accepted()), this, SLOT(bluetoothRequestAccepted()));
+    connect(request, SIGNAL(rejected()), this, SLOT(bluetoothRequestRejected()));
+    connect(request, SIGNAL(failed(QString)), this, SLOT(bluetoothRequestFailed(QString)));
+    return request;
+}
+
+void NfcAgentDialogPluginPrivate::startBluetoothRequest(NfcAgentBluetoothRequest* request)
+{
+    request->start();
+    requests.add(request);
 }
 
 // Milliseconds since the last NDEF data arrived; 0 before any data arrived (a null timer).
@@ -298,14 +302,14 @@ int NfcAgentDialogPluginPrivate::elapsedSinceTouch() const
 // emits when stop() closes its dialog must not reach the daemon, since a displaced request gets no reply.
 void NfcAgentDialogPluginPrivate::dropRequest(NfcAgentTagReadRequest* request)
 {
-    QObject::disconnect(request, nullptr, this, nullptr);
+    cutOffFromPlugin(request);
     request->stop();
     request->deleteLater();
 }
 
 // After its reply a tag read request is deleted later; the rejection its destructor emits when it
-// closes the dialog it still holds must not give a second reply.
-void NfcAgentDialogPluginPrivate::finishRequest(NfcAgentTagReadRequest* request)
+// closes the dialog it still holds must not give a second reply, so none of its signals reach the plugin.
+void NfcAgentDialogPluginPrivate::cutOffFromPlugin(NfcAgentTagReadRequest* request)
 {
     QObject::disconnect(request, nullptr, this, nullptr);
 }
@@ -373,41 +377,44 @@ void NfcAgentDialogPluginPrivate::tagReadDialogShown()
 // Reply slots. Each finds its request as the sender; without one it only warns. The reply needs the
 // agent; the request is deleted later in any case, since it may still be inside its own signal.
 
+template<typename Request>
+Request* NfcAgentDialogPluginPrivate::senderRequest(const char* slot) const
+{
+    Request* request = qobject_cast<Request*>(sender());
+    if (!request)
+        qWarning("NfcAgentDialogPluginPrivate::%s() called without request!", slot);
+    return request;
+}
+
 void NfcAgentDialogPluginPrivate::tagReadAccepted()
 {
-    NfcAgentTagReadRequest* request = qobject_cast<NfcAgentTagReadRequest*>(sender());
-    if (!request) {
-        qWarning("NfcAgentDialogPluginPrivate::tagReadAccepted() called without request!");
+    NfcAgentTagReadRequest* request = senderRequest<NfcAgentTagReadRequest>("tagReadAccepted");
+    if (!request)
         return;
-    }
     if (agent)
         agent->dataDeliveryGranted(request->targetPath());
-    finishRequest(request);
+    cutOffFromPlugin(request);
     request->deleteLater();
     resetRequest();
 }
 
 void NfcAgentDialogPluginPrivate::tagReadRejected()
 {
-    NfcAgentTagReadRequest* request = qobject_cast<NfcAgentTagReadRequest*>(sender());
-    if (!request) {
-        qWarning("NfcAgentDialogPluginPrivate::tagReadRejected() called without request!");
+    NfcAgentTagReadRequest* request = senderRequest<NfcAgentTagReadRequest>("tagReadRejected");
+    if (!request)
         return;
-    }
     if (agent)
         agent->rejectDevice(request->targetPath());
-    finishRequest(request);
+    cutOffFromPlugin(request);
     request->deleteLater();
     resetRequest();
 }
 
 void NfcAgentDialogPluginPrivate::sharingAccepted()
 {
-    NfcAgentSharingRequest* request = qobject_cast<NfcAgentSharingRequest*>(sender());
-    if (!request) {
-        qWarning("NfcAgentDialogPluginPrivate::sharingAccepted() called without request!");
+    NfcAgentSharingRequest* request = senderRequest<NfcAgentSharingRequest>("sharingAccepted");
+    if (!request)
         return;
-    }
     if (agent)
         agent->acceptSharing(request->sharingInfo());
     request->deleteLater();
@@ -416,11 +423,9 @@ void NfcAgentDialogPluginPrivate::sharingAccepted()
 
 void NfcAgentDialogPluginPrivate::sharingRejected()
 {
-    NfcAgentSharingRequest* request = qobject_cast<NfcAgentSharingRequest*>(sender());
-    if (!request) {
-        qWarning("NfcAgentDialogPluginPrivate::sharingRejected() called without request!");
+    NfcAgentSharingRequest* request = senderRequest<NfcAgentSharingRequest>("sharingRejected");
+    if (!request)
         return;
-    }
     if (agent)
         agent->rejectSharing(request->sharingInfo());
     request->deleteLater();
@@ -429,11 +434,9 @@ void NfcAgentDialogPluginPrivate::sharingRejected()
 
 void NfcAgentDialogPluginPrivate::bluetoothRequestAccepted()
 {
-    NfcAgentBluetoothRequest* request = qobject_cast<NfcAgentBluetoothRequest*>(sender());
-    if (!request) {
-        qWarning("NfcAgentDialogPluginPrivate::bluetoothRequestAccepted() called without request!");
+    NfcAgentBluetoothRequest* request = senderRequest<NfcAgentBluetoothRequest>("bluetoothRequestAccepted");
+    if (!request)
         return;
-    }
     const QDBusObjectPath target = request->targetPath();
     switch (request->type()) {
     case NfcAgentBluetoothRequest::Pairing:
@@ -459,11 +462,9 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestAccepted()
 
 void NfcAgentDialogPluginPrivate::bluetoothRequestRejected()
 {
-    NfcAgentBluetoothRequest* request = qobject_cast<NfcAgentBluetoothRequest*>(sender());
-    if (!request) {
-        qWarning("NfcAgentDialogPluginPrivate::bluetoothRequestRejected() called without request!");
+    NfcAgentBluetoothRequest* request = senderRequest<NfcAgentBluetoothRequest>("bluetoothRequestRejected");
+    if (!request)
         return;
-    }
     if (request == pairingRequest)
         signalNfcPairingFinished();
     if (agent)
@@ -474,12 +475,10 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestRejected()
 
 void NfcAgentDialogPluginPrivate::bluetoothRequestFailed(const QString& reason)
 {
-    NfcAgentBluetoothRequest* request = qobject_cast<NfcAgentBluetoothRequest*>(sender());
-    if (!request) {
-        // The text names the accept slot; it has always read so and log watchers match it.
-        qWarning("NfcAgentDialogPluginPrivate::bluetoothRequestAccepted() called without request!");
+    // The text names the accept slot; it has always read so and log watchers match it.
+    NfcAgentBluetoothRequest* request = senderRequest<NfcAgentBluetoothRequest>("bluetoothRequestAccepted");
+    if (!request)
         return;
-    }
     if (request == pairingRequest)
         signalNfcPairingFinished();
     if (agent)
@@ -492,17 +491,18 @@ void NfcAgentDialogPluginPrivate::bluetoothRequestFailed(const QString& reason)
 // keep its own Bluetooth dialogs out of the way. The outcome of the send is not checked.
 void NfcAgentDialogPluginPrivate::signalNfcPairingStarted()
 {
-    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/com/orvan/nfc_ui"),
-                                                      QStringLiteral("com.orvan.nfc_ui"),
-                                                      QStringLiteral("NfcPairingStarts"));
-    QDBusConnection::systemBus().send(message);
+    broadcastNfcPairing(QStringLiteral("NfcPairingStarts"));
 }
 
 void NfcAgentDialogPluginPrivate::signalNfcPairingFinished()
 {
-    QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/com/orvan/nfc_ui"),
-                                                      QStringLiteral("com.orvan.nfc_ui"),
-                                                      QStringLiteral("NfcPairingFinished"));
+    broadcastNfcPairing(QStringLiteral("NfcPairingFinished"));
+}
+
+void NfcAgentDialogPluginPrivate::broadcastNfcPairing(const QString& member)
+{
+    QDBusMessage message =
+        QDBusMessage::createSignal(QStringLiteral("/com/orvan/nfc_ui"), QStringLiteral("com.orvan.nfc_ui"), member);
     QDBusConnection::systemBus().send(message);
 }
 

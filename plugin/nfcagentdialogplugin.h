@@ -11,7 +11,6 @@
 #include "connectivitydialogplugininterface.h"
 #include "ndefmessagehandler.h"
 
-struct NfcAgentDialogPluginTestAccess;
 
 namespace ConnUi {
 
@@ -55,8 +54,6 @@ private:
     Q_DISABLE_COPY(NfcAgentDialogPlugin)
     NfcAgentDialogPluginPrivate* d_ptr;
     friend class NfcAgentDialogPluginPrivate;
-    // Lets the unit tests reach the private half.
-    friend struct ::NfcAgentDialogPluginTestAccess;
 };
 
 } // namespace ConnUi

@@ -7,6 +7,9 @@
 #include <QString>
 #include <QElapsedTimer>
 
+#include "nfcagentbluetoothrequest.h"
+#include "nfcagentsharingrequest.h"
+
 class ConnectivityDialogServerInterface;
 class NfcAdapter;
 class NfcAgent;
@@ -14,7 +17,6 @@ class NfcOverlay;
 
 namespace ConnUi {
 
-class NfcAgentBluetoothRequest;
 class NfcAgentDialogPlugin;
 class NfcAgentTagReadRequest;
 class NfcTagNotSupportedDialog;
@@ -28,6 +30,9 @@ public:
     NfcAgentDialogPluginPrivate(ConnectivityDialogServerInterface* server, NfcAgentDialogPlugin* q);
     ~NfcAgentDialogPluginPrivate() override;
 
+    // The private half of a plugin, null before initialize() and after destroy().
+    static NfcAgentDialogPluginPrivate* get(NfcAgentDialogPlugin* plugin);
+
     // Called by every reply slot after it has replied. Deliberately empty.
     void resetRequest();
     int elapsedSinceTouch() const;
@@ -37,7 +42,16 @@ public:
     void signalNfcPairingFinished();
 
     void dropRequest(NfcAgentTagReadRequest* request);
-    void finishRequest(NfcAgentTagReadRequest* request);
+    void cutOffFromPlugin(NfcAgentTagReadRequest* request);
+
+    // Starts a request for a call of the NFC daemon, with its outcome signals going to the reply slots,
+    // and keeps it among the live requests.
+    void startSharingRequest(NfcAgentSharingRequest::Type type, const QString& carrier, const QVariant& info,
+                             const QStringList& resources);
+    // Bluetooth requests are made in two steps so that pairing can add to the request before it starts.
+    NfcAgentBluetoothRequest* newBluetoothRequest(NfcAgentBluetoothRequest::Type type, const QDBusObjectPath& target,
+                                                  const QString& addr, const QString& name, uint cod);
+    void startBluetoothRequest(NfcAgentBluetoothRequest* request);
 
 public Q_SLOTS:
     void sharingAccepted();
@@ -52,6 +66,12 @@ public Q_SLOTS:
     void errorDialogFinished();
     void closeTagReadRequest();
     void unlockScreen();
+
+private:
+    // The request that sent the signal being handled, or a warning naming the slot and null.
+    template<typename Request>
+    Request* senderRequest(const char* slot) const;
+    void broadcastNfcPairing(const QString& member);
 
 public:
     NfcAgentDialogPlugin* q;

@@ -23,50 +23,18 @@
 namespace {
 
 // Reasons handed to the NFC daemon as the error names of its reply.
-QString failedReason()
-{
-    return QStringLiteral("com.orvan.nfc.UIAgent.Failed");
-}
-
-QString invalidRequestReason()
-{
-    return QStringLiteral("com.orvan.nfc.UIAgent.InvalidRequest");
-}
+const QLatin1String failedReason("com.orvan.nfc.UIAgent.Failed");
+const QLatin1String invalidRequestReason("com.orvan.nfc.UIAgent.InvalidRequest");
 
 // Keys under which the dialog server keeps the address of the device being connected or disconnected,
 // so that its other Bluetooth dialogs leave that device alone.
-QString connectIgnoreKey()
-{
-    return QStringLiteral("BtConnectIgnoreAddress");
-}
-
-QString disconnectIgnoreKey()
-{
-    return QStringLiteral("BtDisconnectIgnoreAddress");
-}
+const QLatin1String connectIgnoreKey("BtConnectIgnoreAddress");
+const QLatin1String disconnectIgnoreKey("BtDisconnectIgnoreAddress");
 
 void logBusError(const char* method, const QDBusError& error)
 {
     qWarning("%s returned error '%s': %s", method, error.name().toUtf8().constData(),
              error.message().toUtf8().constData());
-}
-
-// The previous connection manager is done with as soon as the next operation starts. In the audio swap
-// the next operation starts inside that manager's own "disconnected()" signal, and the platform's
-// manager may still use itself after emitting: it is then cut off from the request at once but deleted
-// only when control is back in the event loop. Any other previous manager is deleted at once.
-void releaseConnectionManager(BluetoothConnectionManager*& manager, const QObject* currentSender, QObject* request)
-{
-    if (!manager)
-        return;
-
-    if (manager == currentSender) {
-        QObject::disconnect(manager, nullptr, request, nullptr);
-        manager->deleteLater();
-    } else {
-        delete manager;
-    }
-    manager = nullptr;
 }
 
 } // namespace
@@ -77,21 +45,20 @@ NfcAgentBluetoothRequest::NfcAgentBluetoothRequest(Type type, ConnectivityDialog
                                                    const QDBusObjectPath& targetPath, const QString& address,
                                                    const QString& name, unsigned int classOfDevice)
     : bluetoothAdapter(BluetoothAdapter::defaultAdapter()), m_type(type), server(server), address(address), name(name),
-      classOfDevice(classOfDevice), device(nullptr), pendingDevice(nullptr), m_targetPath(targetPath),
-      connectionManager(nullptr), pairingProcess(nullptr)
+      classOfDevice(classOfDevice), m_targetPath(targetPath)
 {
 }
 
-// The dialog goes back to the server; everything else the request made or took is deleted here. The
-// ignore-address values stay on the server as they are.
+// The dialog goes back to the server; everything else the request made or took is deleted here, in this
+// order. The ignore-address values stay on the server as they are.
 NfcAgentBluetoothRequest::~NfcAgentBluetoothRequest()
 {
     stop();
-    delete bluetoothAdapter;
-    delete device;
-    delete pendingDevice;
-    delete connectionManager;
-    delete pairingProcess;
+    bluetoothAdapter.reset();
+    device.reset();
+    pendingDevice.reset();
+    connectionManager.reset();
+    pairingProcess.reset();
 }
 
 void NfcAgentBluetoothRequest::setPinCode(const QString& pinCode)
@@ -118,25 +85,25 @@ void NfcAgentBluetoothRequest::start()
 {
     if (!bluetoothAdapter || !bluetoothAdapter->isValid()) {
         qWarning("NfcAgentBluetoothRequest: Unable to get valid BluetoothAdapter");
-        emit failed(failedReason());
+        Q_EMIT failed(failedReason);
         return;
     }
 
     if (m_type == Pairing) {
         // The device need not be known to the adapter before it is paired, so it is not looked up here.
-        NfcAdapter* nfcAdapter = NfcAdapter::defaultAdapter();
-        QtMobility::QSystemDeviceInfo* deviceInfo = new QtMobility::QSystemDeviceInfo;
+        std::unique_ptr<NfcAdapter> nfcAdapter(NfcAdapter::defaultAdapter());
+        std::unique_ptr<QtMobility::QSystemDeviceInfo> deviceInfo(new QtMobility::QSystemDeviceInfo);
 
         // Without confirmation the pairing goes ahead unasked, unless the phone is locked with a PIN:
         // then the user has to be asked all the same. The lock is looked at only when that matters.
         if (!nfcAdapter->isConfirmationEnabled()
             && !(deviceInfo->lockStatus() & QtMobility::QSystemDeviceInfo::PinLocked)) {
-            delete nfcAdapter;
-            delete deviceInfo;
+            nfcAdapter.reset();
+            deviceInfo.reset();
             startPoweringBluetoothAdapter();
             return;
         }
-        delete nfcAdapter;
+        nfcAdapter.reset();
 
         NfcPairingDialog* pairingDialog = new NfcPairingDialog(classOfDevice);
         dialog = pairingDialog;
@@ -144,7 +111,7 @@ void NfcAgentBluetoothRequest::start()
         QObject::connect(pairingDialog, SIGNAL(finished(int)), this, SLOT(dialogFinished()));
         QObject::connect(pairingDialog, SIGNAL(appeared()), this, SIGNAL(dialogShown()));
         server->showDialog(pairingDialog);
-        delete deviceInfo;
+        deviceInfo.reset();
         return;
     }
 
@@ -152,12 +119,11 @@ void NfcAgentBluetoothRequest::start()
     const BluetoothDevice dev = bluetoothAdapter->deviceForAddress(address);
     if (!dev.isValid()) {
         qWarning("NfcAgentBluetoothRequest: Invalid BluetoothDevice %s", address.toUtf8().constData());
-        emit failed(failedReason());
+        Q_EMIT failed(failedReason);
         return;
     }
 
-    delete device;
-    device = new BluetoothDevice(dev);
+    device.reset(new BluetoothDevice(dev));
     startPoweringBluetoothAdapter();
 }
 
@@ -183,7 +149,7 @@ void NfcAgentBluetoothRequest::dialogFinished()
     if (result == Dialog::Ok)
         startPoweringBluetoothAdapter();
     else
-        emit rejected();
+        Q_EMIT rejected();
 }
 
 void NfcAgentBluetoothRequest::startPoweringBluetoothAdapter()
@@ -200,7 +166,8 @@ void NfcAgentBluetoothRequest::startPoweringBluetoothAdapter()
     }
 
     // Somebody else switches the adapter on; the request waits for it, for as long as it takes.
-    QObject::connect(bluetoothAdapter, SIGNAL(propertyChanged(QString)), this, SLOT(bluetoothPropertyChanged(QString)));
+    QObject::connect(bluetoothAdapter.get(), SIGNAL(propertyChanged(QString)), this,
+                     SLOT(bluetoothPropertyChanged(QString)));
 }
 
 void NfcAgentBluetoothRequest::bluetoothPropertyChanged(const QString& property)
@@ -209,7 +176,7 @@ void NfcAgentBluetoothRequest::bluetoothPropertyChanged(const QString& property)
         return;
 
     if (bluetoothAdapter->isPowered()) {
-        QObject::disconnect(bluetoothAdapter, SIGNAL(propertyChanged(QString)), this,
+        QObject::disconnect(bluetoothAdapter.get(), SIGNAL(propertyChanged(QString)), this,
                             SLOT(bluetoothPropertyChanged(QString)));
         bluetoothAdapterPowered();
         return;
@@ -217,16 +184,16 @@ void NfcAgentBluetoothRequest::bluetoothPropertyChanged(const QString& property)
 
     // The connection stays; it goes away with the request.
     qWarning("Bluetooth adapter was not powered");
-    emit failed(failedReason());
+    Q_EMIT failed(failedReason);
 }
 
 void NfcAgentBluetoothRequest::bluetoothAdapterPowered()
 {
     // Pairing and connecting need the adapter to stay on after the handover too; disconnecting does not.
-    if (quint32(m_type) < 2) {
+    if (quint32(m_type) < quint32(Disconnect)) {
         if (!ensureBluetoothIsPowered()) {
             qWarning("NfcAgentBluetoothRequest: Unable to ensure that Bluetooth remains powered");
-            emit failed(failedReason());
+            Q_EMIT failed(failedReason);
             return;
         }
     }
@@ -243,7 +210,7 @@ void NfcAgentBluetoothRequest::bluetoothAdapterPowered()
         break;
     default:
         qWarning("NfcAgentBluetoothRequest: Unable to handle request %d", int(m_type));
-        emit failed(invalidRequestReason());
+        Q_EMIT failed(invalidRequestReason);
         break;
     }
 }
@@ -286,8 +253,8 @@ bool NfcAgentBluetoothRequest::ensureBluetoothIsPowered()
 
 void NfcAgentBluetoothRequest::pairBluetoothDevice()
 {
-    delete pairingProcess;
-    pairingProcess = new BluetoothPairingProcess;
+    pairingProcess.reset(); // the previous process goes before the new one is made
+    pairingProcess.reset(new BluetoothPairingProcess);
     pairingProcess->setErrorNotification(true);
     pairingProcess->setDialogServer(server);
     // Without a PIN from the tag, legacy PIN pairing is not attempted.
@@ -298,7 +265,7 @@ void NfcAgentBluetoothRequest::pairBluetoothDevice()
     // The request connects the device itself once it is paired.
     pairingProcess->setAutoTrusted(true);
     pairingProcess->setAutoConnected(false);
-    QObject::connect(pairingProcess, SIGNAL(finished()), this, SLOT(pairingFinished()));
+    QObject::connect(pairingProcess.get(), SIGNAL(finished()), this, SLOT(pairingFinished()));
 
     QMap<QString, QVariant> properties;
     properties.insert(QStringLiteral("Address"), QVariant(address));
@@ -314,18 +281,17 @@ void NfcAgentBluetoothRequest::pairingFinished()
     const QString error = pairingProcess->error();
     if (!error.isEmpty()) {
         // The process has told the user itself.
-        emit failed(error);
+        Q_EMIT failed(error);
         return;
     }
 
     if (dev.isPaired() && BluetoothConnectionManager::isConnectable(dev)) {
-        delete device;
-        device = new BluetoothDevice(dev);
+        device.reset(new BluetoothDevice(dev));
         startBtDeviceConnect(*device);
         return;
     }
 
-    emit accepted();
+    Q_EMIT accepted();
 }
 
 // One audio device at a time: the first device in the adapter's list that has an audio connection is
@@ -335,17 +301,14 @@ void NfcAgentBluetoothRequest::startBtDeviceConnect(const BluetoothDevice& targe
 {
     const QList<BluetoothDevice> devices = bluetoothAdapter->listDevices();
     for (const BluetoothDevice& candidate : devices) {
-        BluetoothConnectionManager* audioCheck = new BluetoothConnectionManager(candidate);
-        if (!audioCheck->isAudioConnected()) {
-            delete audioCheck;
+        std::unique_ptr<BluetoothConnectionManager> audioCheck(new BluetoothConnectionManager(candidate));
+        if (!audioCheck->isAudioConnected())
             continue;
-        }
 
-        delete pendingDevice;
-        pendingDevice = device;
-        device = new BluetoothDevice(candidate);
+        pendingDevice = std::move(device);
+        device.reset(new BluetoothDevice(candidate));
         disconnectBtDevice(candidate);
-        delete audioCheck;
+        audioCheck.reset();
         return;
     }
 
@@ -354,26 +317,35 @@ void NfcAgentBluetoothRequest::startBtDeviceConnect(const BluetoothDevice& targe
 
 void NfcAgentBluetoothRequest::connectBtDevice(const BluetoothDevice& target)
 {
-    releaseConnectionManager(connectionManager, sender(), this);
-
-    server->setProperty(connectIgnoreKey(), target.address());
-
-    connectionManager = new BluetoothConnectionManager(target);
-    QObject::connect(connectionManager, SIGNAL(connected()), this, SLOT(connected()));
-    QObject::connect(connectionManager, SIGNAL(connectionFailed(QString)), this, SLOT(connectionFailed(QString)));
-    connectionManager->connect();
+    startConnectionOperation(Operation::Connect, target);
 }
 
 void NfcAgentBluetoothRequest::disconnectBtDevice(const BluetoothDevice& target)
 {
-    releaseConnectionManager(connectionManager, sender(), this);
+    startConnectionOperation(Operation::Disconnect, target);
+}
 
-    server->setProperty(disconnectIgnoreKey(), target.address());
+// The previous manager is deleted at once, also when its own "disconnected()" led here (the second half of
+// the audio swap): every connection manager of the platform emits as the last thing it does and touches
+// nothing of itself afterwards.
+void NfcAgentBluetoothRequest::startConnectionOperation(Operation operation, const BluetoothDevice& target)
+{
+    connectionManager.reset();
 
-    connectionManager = new BluetoothConnectionManager(target);
-    QObject::connect(connectionManager, SIGNAL(disconnected()), this, SLOT(disconnected()));
-    QObject::connect(connectionManager, SIGNAL(disconnectionFailed(QString)), this, SLOT(disconnectionFailed(QString)));
-    connectionManager->disconnect();
+    const bool connecting = operation == Operation::Connect;
+    server->setProperty(connecting ? connectIgnoreKey : disconnectIgnoreKey, target.address());
+
+    connectionManager.reset(new BluetoothConnectionManager(target));
+    BluetoothConnectionManager* manager = connectionManager.get();
+    if (connecting) {
+        QObject::connect(manager, SIGNAL(connected()), this, SLOT(connected()));
+        QObject::connect(manager, SIGNAL(connectionFailed(QString)), this, SLOT(connectionFailed(QString)));
+        manager->connect();
+    } else {
+        QObject::connect(manager, SIGNAL(disconnected()), this, SLOT(disconnected()));
+        QObject::connect(manager, SIGNAL(disconnectionFailed(QString)), this, SLOT(disconnectionFailed(QString)));
+        manager->disconnect();
+    }
 }
 
 void NfcAgentBluetoothRequest::connected()
@@ -381,13 +353,13 @@ void NfcAgentBluetoothRequest::connected()
     ConnectivityUIUtils::unblankDisplay();
     SimpleNotification::show(QStringLiteral("x-orvan.nfc.connected"), QString(),
                              qtTrId("vyk_nfc_ec_bnr_conn").arg(device->name(), 0, QLatin1Char(' ')), QString());
-    emit accepted();
+    Q_EMIT accepted();
 }
 
 void NfcAgentBluetoothRequest::connectionFailed(const QString& reason)
 {
-    server->setProperty(connectIgnoreKey(), QVariant());
-    emit failed(reason);
+    server->setProperty(connectIgnoreKey, QVariant());
+    Q_EMIT failed(reason);
 }
 
 void NfcAgentBluetoothRequest::disconnected()
@@ -397,23 +369,22 @@ void NfcAgentBluetoothRequest::disconnected()
                              qtTrId("vyk_nfc_ec_bnr_disconn").arg(device->name(), 0, QLatin1Char(' ')), QString());
 
     if (m_type == Disconnect) {
-        emit accepted();
+        Q_EMIT accepted();
         return;
     }
 
-    if (quint32(m_type) < 2) {
+    if (quint32(m_type) < quint32(Disconnect)) {
         // Second half of the audio swap: the device just disconnected makes way for the request's own.
-        device->deleteLater();
-        device = pendingDevice;
-        pendingDevice = nullptr;
+        device.release()->deleteLater();
+        device = std::move(pendingDevice);
         connectBtDevice(*device);
     }
 }
 
 void NfcAgentBluetoothRequest::disconnectionFailed(const QString& reason)
 {
-    server->setProperty(disconnectIgnoreKey(), QVariant());
-    emit failed(reason);
+    server->setProperty(disconnectIgnoreKey, QVariant());
+    Q_EMIT failed(reason);
 }
 
 } // namespace ConnUi

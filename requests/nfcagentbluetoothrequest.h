@@ -6,6 +6,8 @@
 #include <QPointer>
 #include <QString>
 
+#include <memory>
+
 class BluetoothAdapter;
 class BluetoothConnectionManager;
 class BluetoothDevice;
@@ -45,11 +47,12 @@ public:
     // Asks BlueZ to keep the default adapter powered; blocks on the system bus.
     bool ensureBluetoothIsPowered();
 
-Q_SIGNALS:
-    void dialogShown();
-    void accepted();
-    void rejected();
-    void failed(const QString& reason);
+protected:
+    // Outcome signals: emitted by the request only.
+    Q_SIGNAL void dialogShown();
+    Q_SIGNAL void accepted();
+    Q_SIGNAL void rejected();
+    Q_SIGNAL void failed(const QString& reason);
 
 public Q_SLOTS:
     void start();
@@ -72,18 +75,25 @@ private Q_SLOTS:
 
 private:
     Q_DISABLE_COPY(NfcAgentBluetoothRequest)
-    BluetoothAdapter* bluetoothAdapter;
+    // Connect and disconnect differ only in the operation, its ignore-address key and its signals.
+    enum class Operation {
+        Connect,
+        Disconnect
+    };
+    void startConnectionOperation(Operation operation, const BluetoothDevice& target);
+
+    std::unique_ptr<BluetoothAdapter> bluetoothAdapter;
     Type m_type;
     ConnectivityDialogServerInterface* server;
     QString address;
     QString name;
     unsigned int classOfDevice;
-    BluetoothDevice* device;
-    BluetoothDevice* pendingDevice;
+    std::unique_ptr<BluetoothDevice> device;
+    std::unique_ptr<BluetoothDevice> pendingDevice;
     QString m_pinCode;
     QDBusObjectPath m_targetPath;
-    BluetoothConnectionManager* connectionManager;
-    BluetoothPairingProcess* pairingProcess;
+    std::unique_ptr<BluetoothConnectionManager> connectionManager;
+    std::unique_ptr<BluetoothPairingProcess> pairingProcess;
     QPointer<Dialog> dialog;
 };
 

@@ -7,6 +7,8 @@
 #include "nfcsharingpermissiondialog.h"
 #include "nfcsharingselectiondialog.h"
 
+#include <memory>
+
 namespace ConnUi {
 
 NfcAgentSharingRequest::NfcAgentSharingRequest(Type type, ConnectivityDialogServerInterface* server,
@@ -27,17 +29,16 @@ QVariant NfcAgentSharingRequest::sharingInfo() const
 void NfcAgentSharingRequest::start()
 {
     // Without confirmation everything is shared as asked, whatever the type or the resources.
-    NfcAdapter* adapter = NfcAdapter::defaultAdapter();
+    std::unique_ptr<NfcAdapter> adapter(NfcAdapter::defaultAdapter());
     if (!adapter->isConfirmationEnabled()) {
-        emit accepted();
-        delete adapter;
+        Q_EMIT accepted(); // the adapter goes after the signal
         return;
     }
-    delete adapter;
+    adapter.reset();
 
     if (type == SharingPermission && resources.size() < 1) {
         qWarning("NfcAgentDialogPlugin: Unable to handle resources size < 1, rejecting");
-        emit rejected();
+        Q_EMIT rejected();
         return;
     }
 
@@ -49,11 +50,11 @@ void NfcAgentSharingRequest::start()
         dialog = new NfcSharingPermissionDialog(resources);
         break;
     case SharingSelection:
-        dialog = new NfcSharingSelectionDialog(NfcSharingSelectionDialog::SelectionType(0));
+        dialog = new NfcSharingSelectionDialog(NfcSharingSelectionDialog::AnyContent);
         break;
     default:
         qWarning("NfcAgentSharingRequest: Unable to handle request type: %d", int(type));
-        emit rejected();
+        Q_EMIT rejected();
         return;
     }
 
@@ -73,9 +74,9 @@ void NfcAgentSharingRequest::dialogFinished()
     const int result = dialog->result();
     server->closeDialog(dialog);
     if (result == Dialog::Ok)
-        emit accepted();
+        Q_EMIT accepted();
     else
-        emit rejected();
+        Q_EMIT rejected();
 }
 
 } // namespace ConnUi

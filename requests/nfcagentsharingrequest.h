@@ -16,7 +16,9 @@ class NfcAgentSharingRequest : public QObject
 {
     Q_OBJECT
 public:
-    enum Type {
+    // A fixed underlying type, so that any value the daemon's call carries is a valid Type and an
+    // unknown one reaches the refusal in start() without undefined behaviour.
+    enum Type : int {
         SharingPermission = 0,
         SharingSelection = 1
     };

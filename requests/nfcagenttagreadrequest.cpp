@@ -38,17 +38,18 @@ const char* const NotesNotebookUid = "66666666-7777-8888-9999-000000000000";
 NfcAgentTagReadRequest::NfcAgentTagReadRequest(ConnectivityDialogServerInterface* server,
                                                const QDBusObjectPath& targetPath, const QByteArray& ndefData)
     : server(server), m_targetPath(targetPath), ndefData(ndefData),
-      message(NDEFMessage::createFromData(ndefData)), recordHandler(nullptr), dialog(nullptr),
+      message(NDEFMessage::createFromData(ndefData)), dialog(nullptr),
       directActionSelected(false)
 {
 }
 
-// Deleting a request whose dialog is still shown closes the dialog and rejects.
+// Deleting a request whose dialog is still shown closes the dialog and rejects. The record handler goes
+// before the message its record belongs to.
 NfcAgentTagReadRequest::~NfcAgentTagReadRequest()
 {
     stop();
-    delete recordHandler;
-    delete message;
+    recordHandler.reset();
+    message.reset();
 }
 
 void NfcAgentTagReadRequest::setMessageHandlers(const QList<NdefMessageHandler>& handlers)
@@ -117,8 +118,8 @@ bool NfcAgentTagReadRequest::selectSupportedRecord()
     bool textResult = false;
     for (int i = 0; i < records.size(); ++i) {
         const NDEFRecord* record = records.at(i);
-        delete recordHandler;
-        recordHandler = new NdefRecordHandler(record);
+        recordHandler.reset(); // the previous handler goes before the next is made
+        recordHandler.reset(new NdefRecordHandler(record));
 
         // With registered applications the first record goes to them, whatever it is.
         if (!messageHandlers.isEmpty()) {
@@ -134,8 +135,7 @@ bool NfcAgentTagReadRequest::selectSupportedRecord()
                 name.truncate(nul);
             defaultApplicationKey += QString::fromLatin1(name);
             qWarning("Record type `%.*s' not supported", int(name.length()), name.constData());
-            delete recordHandler;
-            recordHandler = nullptr;
+            recordHandler.reset();
             continue;
         }
 
@@ -151,8 +151,8 @@ bool NfcAgentTagReadRequest::selectSupportedRecord()
                 if (records.at(j)->getType() == NDEFRecordType::Text)
                     texts.append(static_cast<const TextNDEFRecord*>(records.at(j)));
             }
-            delete recordHandler;
-            recordHandler = new NdefRecordHandler(NdefRecordHandler::selectTextRecord(texts));
+            recordHandler.reset();
+            recordHandler.reset(new NdefRecordHandler(NdefRecordHandler::selectTextRecord(texts)));
             textResult = !recordHandler->textString().isEmpty();
             selected = true;
             break;
@@ -164,13 +164,12 @@ bool NfcAgentTagReadRequest::selectSupportedRecord()
             break;
         }
 
-        delete recordHandler;
-        recordHandler = nullptr;
+        recordHandler.reset();
     }
 
     if (!selected) {
-        delete recordHandler;
-        recordHandler = new NdefRecordHandler(records.first());
+        recordHandler.reset();
+        recordHandler.reset(new NdefRecordHandler(records.first()));
     }
 
     recordHandler->setDefaultApplicationKey(defaultApplicationKey);

@@ -8,6 +8,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 #include "ndefmessagehandler.h"
 #include "nfctagnotsupporteddialog.h"
 
@@ -65,10 +67,10 @@ private:
     ConnectivityDialogServerInterface* server;
     QDBusObjectPath m_targetPath;
     QByteArray ndefData;
-    NDEFMessage* message;
+    std::unique_ptr<NDEFMessage> message;
     QList<NdefMessageHandler> messageHandlers;
     QString selectedApplication;
-    NdefRecordHandler* recordHandler;
+    std::unique_ptr<NdefRecordHandler> recordHandler;
     Dialog* dialog;
     QString defaultApplicationKey;
     bool directActionSelected;

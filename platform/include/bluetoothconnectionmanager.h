@@ -22,6 +22,8 @@ public:
     void disconnect();
     bool isAudioConnected() const;
 
+// Each signal is the last thing the manager does for its operation: it touches nothing of itself after
+// emitting, so a receiver may delete the manager inside the signal.
 Q_SIGNALS:
     void connected();
     void connectionFailed(const QString& reason);

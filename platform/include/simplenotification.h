@@ -9,8 +9,9 @@ namespace ConnUi {
 class SimpleNotification
 {
 public:
-    // Shows a banner of the notification event type with the given summary, body and icon.
-    static void show(const QString& eventType, const QString& summary, const QString& body,
+    // Shows a banner of the notification event type ("x-orvan.nfc.connected"). text is what the banner
+    // says; detail (a longer text under it) and icon may be empty.
+    static void show(const QString& eventType, const QString& detail, const QString& text,
                      const QString& icon);
 };
 

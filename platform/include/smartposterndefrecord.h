@@ -11,8 +11,10 @@ class TextNDEFRecord;
 class URINDEFRecord;
 
 // A well-known "Sp" record, whose payload is itself an NDEF message: a URI record, title Text
-// records and other records. The nested message is parsed when the record is made and owned by
-// the record. When it does not parse, the Smart Poster has no URI and no titles.
+// records and other records. The nested message is parsed the first time it is asked for, from
+// the payload's own bytes (no copy), and owned by the record. When it does not parse, the Smart
+// Poster has no URI and no titles. Like the rest of the library, not meant to be read from
+// several threads at once.
 class SmartPosterNDEFRecord : public NDEFRecord
 {
 public:
@@ -29,7 +31,12 @@ private:
     SmartPosterNDEFRecord(const NDEFRecordType& type, const QByteArray& id, const QByteArray& payload,
                           int nesting);
 
-    NDEFMessage* m_content;
+    // The nested message, parsed on first use; null when it does not parse or lies too deep.
+    const NDEFMessage* content() const;
+
+    int m_nesting;
+    mutable bool m_parsed = false;
+    mutable NDEFMessage* m_content = nullptr;
 };
 
 #endif

@@ -11,7 +11,7 @@ public:
 
     // The full URI as bytes, the identifier code expanded to its prefix ("https://", "tel:" ...).
     // An undefined identifier code (above 0x23) stands for no prefix: the URI is then the rest of
-    // the payload as it is. An empty payload gives an empty URI.
+    // the payload as it is. An empty payload gives an empty URI. The result is a copy of its own.
     QByteArray getURI() const;
 };
 

@@ -15,8 +15,7 @@ SmartPosterNDEFRecord::SmartPosterNDEFRecord(const NDEFRecordType& type, const Q
 SmartPosterNDEFRecord::SmartPosterNDEFRecord(const NDEFRecordType& type, const QByteArray& id,
                                              const QByteArray& payload, int nesting)
     : NDEFRecord(type, id, payload)
-    , m_content(nesting <= NDEFMessageParser::maxNesting ? NDEFMessageParser::parse(payload, nesting)
-                                                         : nullptr)
+    , m_nesting(nesting)
 {
 }
 
@@ -25,11 +24,24 @@ SmartPosterNDEFRecord::~SmartPosterNDEFRecord()
     delete m_content;
 }
 
+const NDEFMessage* SmartPosterNDEFRecord::content() const
+{
+    if (!m_parsed) {
+        m_parsed = true;
+        // The nested records refer to this record's payload, which lives as long as they do.
+        if (m_nesting <= NDEFMessageParser::maxNesting)
+            m_content = NDEFMessageParser::parse(payloadData(), payloadSize(), m_nesting);
+    }
+    return m_content;
+}
+
 const URINDEFRecord* SmartPosterNDEFRecord::getURIRecord() const
 {
-    if (!m_content)
+    const NDEFMessage* nested = content();
+    if (!nested)
         return nullptr;
-    for (const NDEFRecord* record : m_content->getRecords()) {
+    for (int i = 0; i < nested->m_recordCount; ++i) {
+        const NDEFRecord* record = nested->m_records[i];
         if (record->getType() == NDEFRecordType::URI)
             return static_cast<const URINDEFRecord*>(record);
     }
@@ -39,9 +51,11 @@ const URINDEFRecord* SmartPosterNDEFRecord::getURIRecord() const
 QList<const TextNDEFRecord*> SmartPosterNDEFRecord::getTitleRecords() const
 {
     QList<const TextNDEFRecord*> titles;
-    if (!m_content)
+    const NDEFMessage* nested = content();
+    if (!nested)
         return titles;
-    for (const NDEFRecord* record : m_content->getRecords()) {
+    for (int i = 0; i < nested->m_recordCount; ++i) {
+        const NDEFRecord* record = nested->m_records[i];
         if (record->getType() == NDEFRecordType::Text)
             titles.append(static_cast<const TextNDEFRecord*>(record));
     }

@@ -14,28 +14,28 @@ TextNDEFRecord::TextNDEFRecord(const NDEFRecordType& type, const QByteArray& id,
 
 QByteArray TextNDEFRecord::getLanguage() const
 {
-    const QByteArray payload = getPayload();
-    if (payload.isEmpty())
+    const int size = payloadSize();
+    if (size == 0)
         return QByteArray();
-    // mid() stops at the end of the payload, so an overlong tag gives the bytes that are there.
-    return payload.mid(1, quint8(payload.at(0)) & languageLengthMask);
+    // Stops at the end of the payload, so an overlong tag gives the bytes that are there.
+    const int length = quint8(payloadData()[0]) & languageLengthMask;
+    return QByteArray(payloadData() + 1, qMin(length, size - 1));
 }
 
 QByteArray TextNDEFRecord::getText() const
 {
-    const QByteArray payload = getPayload();
-    if (payload.isEmpty())
+    const int size = payloadSize();
+    if (size == 0)
         return QByteArray();
-    const int textStart = 1 + (quint8(payload.at(0)) & languageLengthMask);
-    if (textStart >= payload.size())
+    const int textStart = 1 + (quint8(payloadData()[0]) & languageLengthMask);
+    if (textStart >= size)
         return QByteArray();
-    return payload.mid(textStart);
+    return QByteArray(payloadData() + textStart, size - textStart);
 }
 
 int TextNDEFRecord::getEncoding() const
 {
-    const QByteArray payload = getPayload();
-    if (payload.isEmpty())
+    if (payloadSize() == 0)
         return Utf8;
-    return (quint8(payload.at(0)) & utf16Flag) ? Utf16 : Utf8;
+    return (quint8(payloadData()[0]) & utf16Flag) ? Utf16 : Utf8;
 }

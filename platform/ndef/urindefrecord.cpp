@@ -53,16 +53,18 @@ URINDEFRecord::URINDEFRecord(const NDEFRecordType& type, const QByteArray& id, c
 
 QByteArray URINDEFRecord::getURI() const
 {
-    const QByteArray payload = getPayload();
-    if (payload.isEmpty())
+    const int size = payloadSize();
+    if (size == 0)
         return QByteArray();
 
-    const int code = quint8(payload.at(0));
-    QByteArray uri;
+    const char* payload = payloadData();
+    const int code = quint8(payload[0]);
     // Undefined codes are read as "no prefix" rather than dropping the record: the rest of the
     // URI is still what the tag's writer stored.
-    if (code < uriPrefixCount)
-        uri = uriPrefixes[code];
-    uri += payload.mid(1);
+    const char* prefix = code < uriPrefixCount ? uriPrefixes[code] : "";
+    const int prefixLength = int(qstrlen(prefix));
+    QByteArray uri(prefixLength + size - 1, Qt::Uninitialized);
+    memcpy(uri.data(), prefix, size_t(prefixLength));
+    memcpy(uri.data() + prefixLength, payload + 1, size_t(size - 1));
     return uri;
 }

@@ -39,6 +39,12 @@ public:
         }
         return nullptr;
     }
+    // The one open dialog when it is of class T; null when none or several are open, or another kind.
+    template<class T> T* onlyOpen() const
+    {
+        const QList<ConnUi::Dialog*> open = openDialogs();
+        return open.size() == 1 ? qobject_cast<T*>(open.first()) : nullptr;
+    }
     bool isOpen(ConnUi::Dialog* dialog) const;
 
     QMap<QString, QVariant> properties() const { return m_properties; }

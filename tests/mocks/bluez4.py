@@ -18,7 +18,9 @@ Parameters (JSON, optional):
 
 Test controls, on interface org.bluez.Mock of "/":
     SetError(method, error_name, message)  every later call of that method
-        (any object) fails with that D-Bus error, until ClearErrors()
+        (any object) fails with that D-Bus error, until ClearErrors();
+        method is a plain name ("Connect") or qualified by its interface
+        ("org.bluez.Headset.Connect")
     ClearErrors()
     RemoveAdapter()  takes the adapter object off the bus; DefaultAdapter
         keeps answering its path, as BlueZ does while an adapter goes away
@@ -31,9 +33,33 @@ Test controls, on interface org.bluez.Mock of "/":
         PropertyChanged
     GetSignatures(method)  the D-Bus signatures of the calls of that method
         that reached the mock, in order ("sv" for a proper SetProperty)
+    AddDevice(address, properties)  a remote device the adapter knows, at
+        <adapter>/dev_XX_XX_XX_XX_XX_XX, appended to the adapter's Devices.
+        properties (a{sv}) override the defaults (Name, Class, UUIDs,
+        Paired, Trusted, Connected, LegacyPairing, ...); the extra key
+        "AudioInterfaces" (as) lists the audio interfaces the device
+        object offers (default: org.bluez.Audio, org.bluez.Headset and
+        org.bluez.AudioSink), "AudioState" (s) their initial State
+    SetDeviceProperty(address, name, value)  with PropertyChanged
+    SetAudioState(address, state)  the State of every audio interface of
+        the device, with PropertyChanged on each
+    SetPairing(address, behaviour)  what CreatePairedDevice(address) does
+        (a{sv}): "Agent" (as) the agent calls to make in order, among
+        RequestPinCode, RequestPasskey, DisplayPasskey (ou, as BlueZ 4.101
+        sends it), DisplayPasskeyEntered (ouy), DisplayPinCode,
+        RequestConfirmation; "Error" (s) the error to answer with after
+        them; "Hang" (b) never answer (until CancelDeviceCreation);
+        "Properties" (a{sv}) of the device it creates. An agent that
+        answers with an error fails the pairing with
+        org.bluez.Error.AuthenticationRejected. A device that is already
+        paired gets org.bluez.Error.AlreadyExists.
+    AgentReplies()  what the agents answered, in order, as
+        "Method:answer" or "Method:error:<error name>"
 
 Calls are logged as usual: GetCalls/GetMethodCalls/ClearCalls on
-org.freedesktop.DBus.Mock of "/" (manager) and of the adapter path.
+org.freedesktop.DBus.Mock of "/" (manager), of the adapter path and of each
+device path (the audio interfaces' calls as "Interface.Method", e.g.
+"org.bluez.Headset.Connect", so that the fallbacks can be told apart).
 '''
 
 # This program is free software; you can redistribute it and/or modify it under
@@ -42,8 +68,11 @@ org.freedesktop.DBus.Mock of "/" (manager) and of the adapter path.
 # later version.  See http://www.gnu.org/copyleft/lgpl.html for the full text
 # of the license.
 
+import time
+
 import dbus
 import dbus.lowlevel
+import dbus.service
 
 from dbusmock import mockobject
 
@@ -53,6 +82,10 @@ MAIN_IFACE = 'org.bluez.Manager'
 SYSTEM_BUS = True
 
 ADAPTER_IFACE = 'org.bluez.Adapter'
+DEVICE_IFACE = 'org.bluez.Device'
+AGENT_IFACE = 'org.bluez.Agent'
+AUDIO_IFACE = 'org.bluez.Audio'
+AUDIO_IFACES = [AUDIO_IFACE, 'org.bluez.Headset', 'org.bluez.AudioSink']
 BLUEZ_MOCK_IFACE = 'org.bluez.Mock'
 
 DEFAULT_ADAPTER_PATH = '/org/bluez/1000/hci0'
@@ -72,8 +105,15 @@ def _manager():
     return mockobject.objects[MAIN_OBJ]
 
 
-def _fail_if_asked(method):
-    error = _manager().bluez_errors.get(method)
+def _error_for(method, interface=None):
+    errors = _manager().bluez_errors
+    if interface is not None and interface + '.' + method in errors:
+        return errors[interface + '.' + method]
+    return errors.get(method)
+
+
+def _fail_if_asked(method, interface=None):
+    error = _error_for(method, interface)
     if error is not None:
         raise dbus.exceptions.DBusException(error[1], name=error[0])
 
@@ -165,13 +205,240 @@ def _change_property(adapter, name, value):
     adapter.EmitSignal(ADAPTER_IFACE, 'PropertyChanged', 'sv', [name, value])
 
 
+def FindDevice(adapter, address):
+    _fail_if_asked('FindDevice')
+    path = _device_path(str(address))
+    if path not in mockobject.objects:
+        raise dbus.exceptions.DBusException('Device does not exist', name='org.bluez.Error.DoesNotExist')
+    return dbus.ObjectPath(path)
+
+
+def ListDevices(adapter):
+    _fail_if_asked('ListDevices')
+    return dbus.Array(adapter.bluez_props['Devices'], signature='o')
+
+
+def RemoveDevice(adapter, path):
+    _fail_if_asked('RemoveDevice')
+    path = str(path)
+    if path not in mockobject.objects:
+        raise dbus.exceptions.DBusException('Device does not exist', name='org.bluez.Error.DoesNotExist')
+    _manager().RemoveObject(path)
+    devices = [p for p in adapter.bluez_props['Devices'] if str(p) != path]
+    _change_property(adapter, 'Devices', dbus.Array(devices, signature='o'))
+    adapter.EmitSignal(ADAPTER_IFACE, 'DeviceRemoved', 'o', [dbus.ObjectPath(path)])
+
+
+def CancelDeviceCreation(adapter, address):
+    _fail_if_asked('CancelDeviceCreation')
+    pending = _manager().bluez_pending.pop(str(address).upper(), None)
+    if pending is None:
+        raise dbus.exceptions.DBusException('Does not exist', name='org.bluez.Error.DoesNotExist')
+    pending[1](dbus.exceptions.DBusException('Authentication Canceled',
+                                             name='org.bluez.Error.AuthenticationCanceled'))
+
+
+def _log_call(obj, name, args):
+    obj.log(name + mockobject._format_args(args))  # pylint: disable=protected-access
+    obj.call_log.append((int(time.time()), name, args))
+    obj.MethodCalled(name, args)
+
+
+def _add_custom_method(obj, interface, name, method):
+    # A hand-made dbus-python method in dbusmock's method table: for replies given later and for call
+    # log names of their own.
+    obj.methods.setdefault(interface, {})[name] = (method._dbus_in_signature, method._dbus_out_signature, '',
+                                                   method)
+
+
+@dbus.service.method(ADAPTER_IFACE, in_signature='sos', out_signature='o', sender_keyword='sender',
+                     async_callbacks=('reply', 'error'))
+def _create_paired_device(adapter, address, agent, capability, sender=None, reply=None, error=None):
+    address = str(address).upper()
+    _log_call(adapter, 'CreatePairedDevice', [address, str(agent), str(capability)])
+    failure = _error_for('CreatePairedDevice')
+    if failure is not None:
+        error(dbus.exceptions.DBusException(failure[1], name=failure[0]))
+        return
+    path = _device_path(address)
+    device = mockobject.objects.get(path)
+    if device is not None and device.bluez_props.get('Paired'):
+        error(dbus.exceptions.DBusException('Already Exists', name='org.bluez.Error.AlreadyExists'))
+        return
+    behaviour = _manager().bluez_pairing.get(address, {})
+    steps = [str(step) for step in behaviour.get('Agent', [])]
+    agent_proxy = adapter.connection.get_object(sender, str(agent), introspect=False)
+
+    def finish():
+        if behaviour.get('Hang'):
+            _manager().bluez_pending[address] = (reply, error)
+            return
+        if behaviour.get('Error'):
+            error(dbus.exceptions.DBusException('Pairing failed', name=str(behaviour['Error'])))
+            return
+        properties = dict(behaviour.get('Properties', {}))
+        properties['Paired'] = dbus.Boolean(True)
+        if path in mockobject.objects:
+            _set_device_property(mockobject.objects[path], 'Paired', dbus.Boolean(True))
+        else:
+            _add_device(address, properties)
+        reply(dbus.ObjectPath(path))
+
+    def step(index):
+        if index == len(steps):
+            finish()
+            return
+        name = steps[index]
+        device_path = dbus.ObjectPath(path)
+        if name == 'RequestPinCode':
+            call, args = 'RequestPinCode', [device_path]
+        elif name == 'RequestPasskey':
+            call, args = 'RequestPasskey', [device_path]
+        elif name == 'DisplayPasskey':
+            call, args = 'DisplayPasskey', [device_path, dbus.UInt32(123456)]
+        elif name == 'DisplayPasskeyEntered':
+            call, args = 'DisplayPasskey', [device_path, dbus.UInt32(123456), dbus.Byte(0)]
+        elif name == 'DisplayPinCode':
+            call, args = 'DisplayPinCode', [device_path, dbus.String('0000')]
+        elif name == 'RequestConfirmation':
+            call, args = 'RequestConfirmation', [device_path, dbus.UInt32(123456)]
+        else:
+            error(dbus.exceptions.DBusException('Unknown agent step ' + name, name='org.bluez.Error.Failed'))
+            return
+
+        def answered(*values):
+            answer = str(values[0]) if values else ''
+            _manager().bluez_agent_replies.append(name + ':' + answer)
+            step(index + 1)
+
+        def refused(exception):
+            _manager().bluez_agent_replies.append(name + ':error:' + str(exception.get_dbus_name()))
+            error(dbus.exceptions.DBusException('Authentication Rejected',
+                                                name='org.bluez.Error.AuthenticationRejected'))
+
+        getattr(agent_proxy, call)(*args, dbus_interface=AGENT_IFACE, reply_handler=answered,
+                                   error_handler=refused, timeout=30)
+
+    step(0)
+
+
 def _add_adapter(manager):
     path = manager.bluez_adapter_path
     manager.AddObject(path, ADAPTER_IFACE, {}, [
         ('GetProperties', '', 'a{sv}', AdapterGetProperties),
         ('SetProperty', 'sv', '', AdapterSetProperty),
+        ('FindDevice', 's', 'o', FindDevice),
+        ('ListDevices', '', 'ao', ListDevices),
+        ('RemoveDevice', 'o', '', RemoveDevice),
+        ('CancelDeviceCreation', 's', '', CancelDeviceCreation),
     ])
-    mockobject.objects[path].bluez_props = _adapter_properties(manager.bluez_parameters)
+    adapter = mockobject.objects[path]
+    adapter.bluez_props = _adapter_properties(manager.bluez_parameters)
+    _add_custom_method(adapter, ADAPTER_IFACE, 'CreatePairedDevice', _create_paired_device)
+
+
+# Remote devices
+
+def _device_path(address):
+    return _manager().bluez_adapter_path + '/dev_' + address.upper().replace(':', '_')
+
+
+def _device_properties(address, overrides):
+    properties = {
+        'Address': dbus.String(address),
+        'Name': dbus.String('Device ' + address),
+        'Alias': dbus.String('Device ' + address),
+        'Class': dbus.UInt32(0x240404),
+        'Icon': dbus.String('audio-card'),
+        'UUIDs': dbus.Array([], signature='s'),
+        'Paired': dbus.Boolean(False),
+        'Connected': dbus.Boolean(False),
+        'Trusted': dbus.Boolean(False),
+        'Blocked': dbus.Boolean(False),
+        'LegacyPairing': dbus.Boolean(False),
+        'Adapter': dbus.ObjectPath(_manager().bluez_adapter_path),
+    }
+    for key, value in overrides.items():
+        if key in ('AudioInterfaces', 'AudioState'):
+            continue
+        properties[str(key)] = value
+    if 'Name' in overrides and 'Alias' not in overrides:
+        properties['Alias'] = overrides['Name']
+    return properties
+
+
+def DeviceGetProperties(device):
+    _fail_if_asked('GetProperties', DEVICE_IFACE)
+    return dbus.Dictionary(device.bluez_props, signature='sv')
+
+
+def DeviceSetProperty(device, name, value):
+    _fail_if_asked('SetProperty', DEVICE_IFACE)
+    kind = {'Trusted': dbus.Boolean, 'Blocked': dbus.Boolean, 'Alias': dbus.String}.get(str(name))
+    if kind is None:
+        raise dbus.exceptions.DBusException('Invalid arguments in method call',
+                                            name='org.bluez.Error.InvalidArguments')
+    _set_device_property(device, str(name), kind(value))
+
+
+def _set_device_property(device, name, value):
+    device.bluez_props[name] = value
+    device.EmitSignal(DEVICE_IFACE, 'PropertyChanged', 'sv', [name, value])
+
+
+def _audio_method(interface, name, in_signature, out_signature):
+    # The audio interfaces share method names; each is logged as "Interface.Method".
+    def run(device, *args):
+        _log_call(device, interface + '.' + name, list(args))
+        _fail_if_asked(name, interface)
+        if name == 'Connect':
+            _set_audio_state(device, interface, 'connecting')
+            _set_audio_state(device, interface, 'connected')
+            return None
+        if name == 'Disconnect':
+            if device.bluez_audio_state[interface] == 'disconnected':
+                raise dbus.exceptions.DBusException('Device not Connected', name='org.bluez.Error.NotConnected')
+            _set_audio_state(device, interface, 'disconnected')
+            return None
+        if name == 'IsConnected':
+            return dbus.Boolean(device.bluez_audio_state[interface] in ('connected', 'playing'))
+        return dbus.Dictionary({'State': dbus.String(device.bluez_audio_state[interface])}, signature='sv')
+
+    method = dbus.service.method(interface, in_signature=in_signature, out_signature=out_signature)(run)
+    method.__name__ = name
+    return method
+
+
+def _set_audio_state(device, interface, state):
+    device.bluez_audio_state[interface] = state
+    device.EmitSignal(interface, 'PropertyChanged', 'sv', ['State', dbus.String(state, variant_level=1)])
+
+
+def _add_device(address, overrides):
+    manager = _manager()
+    adapter = mockobject.objects[manager.bluez_adapter_path]
+    path = _device_path(address)
+    manager.AddObject(path, DEVICE_IFACE, {}, [
+        ('GetProperties', '', 'a{sv}', DeviceGetProperties),
+        ('SetProperty', 'sv', '', DeviceSetProperty),
+    ])
+    device = mockobject.objects[path]
+    device.bluez_props = _device_properties(address, overrides)
+    interfaces = [str(i) for i in overrides.get('AudioInterfaces', AUDIO_IFACES)]
+    state = str(overrides.get('AudioState', 'disconnected'))
+    device.bluez_audio_state = {}
+    for interface in interfaces:
+        device.bluez_audio_state[interface] = state
+        for name, in_signature, out_signature in (('Connect', '', ''), ('Disconnect', '', ''),
+                                                  ('GetProperties', '', 'a{sv}'), ('IsConnected', '', 'b')):
+            if name == 'IsConnected' and interface == AUDIO_IFACE:
+                continue
+            _add_custom_method(device, interface, name,
+                               _audio_method(interface, name, in_signature, out_signature))
+    devices = list(adapter.bluez_props['Devices']) + [dbus.ObjectPath(path)]
+    _change_property(adapter, 'Devices', dbus.Array(devices, signature='o'))
+    adapter.EmitSignal(ADAPTER_IFACE, 'DeviceCreated', 'o', [dbus.ObjectPath(path)])
+    return device
 
 
 def _record_signature(_connection, message):
@@ -187,6 +454,9 @@ def _record_signature(_connection, message):
 
 def load(mock, parameters):
     mock.bluez_parameters = dict(parameters or {})
+    mock.bluez_pairing = {}
+    mock.bluez_pending = {}
+    mock.bluez_agent_replies = []
     mock.bluez_adapter_path = mock.bluez_parameters.get('AdapterPath', DEFAULT_ADAPTER_PATH)
     mock.bluez_errors = {}
     mock.bluez_signatures = {}
@@ -256,3 +526,48 @@ def SetAdapterProperty(self, name, value):
 def GetSignatures(self, method):
     '''The wire signatures of the calls of method, in order'''
     return dbus.Array(_manager().bluez_signatures.get(str(method), []), signature='s')
+
+
+def _device(address):
+    device = mockobject.objects.get(_device_path(str(address)))
+    if device is None:
+        raise dbus.exceptions.DBusException('Device does not exist', name='org.bluez.Error.DoesNotExist')
+    return device
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature='sa{sv}', out_signature='o')
+def AddDevice(self, address, properties):
+    '''A remote device the adapter knows (see the template's description for the properties)'''
+    address = str(address).upper()
+    if _manager().bluez_adapter_path not in mockobject.objects:
+        raise dbus.exceptions.DBusException('No adapter', name='org.bluez.Error.NoSuchAdapter')
+    if _device_path(address) in mockobject.objects:
+        raise dbus.exceptions.DBusException('Already Exists', name='org.bluez.Error.AlreadyExists')
+    _add_device(address, dict(properties))
+    return dbus.ObjectPath(_device_path(address))
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature='ssv', out_signature='')
+def SetDeviceProperty(self, address, name, value):
+    '''Change a device property as the daemon would, with PropertyChanged'''
+    _set_device_property(_device(address), str(name), value)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature='ss', out_signature='')
+def SetAudioState(self, address, state):
+    '''The State of every audio interface of the device'''
+    device = _device(address)
+    for interface in list(device.bluez_audio_state):
+        _set_audio_state(device, interface, str(state))
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature='sa{sv}', out_signature='')
+def SetPairing(self, address, behaviour):
+    '''What CreatePairedDevice does for that address'''
+    _manager().bluez_pairing[str(address).upper()] = dict(behaviour)
+
+
+@dbus.service.method(BLUEZ_MOCK_IFACE, in_signature='', out_signature='as')
+def AgentReplies(self):
+    '''The agents' answers, in order'''
+    return dbus.Array(_manager().bluez_agent_replies, signature='s')

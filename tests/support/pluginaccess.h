@@ -10,7 +10,7 @@
 // The unit tests' view of the plugin's private half.
 struct NfcAgentDialogPluginTestAccess
 {
-    static ConnUi::NfcAgentDialogPluginPrivate* d(ConnUi::NfcAgentDialogPlugin* plugin) { return plugin->d_ptr; }
+    static ConnUi::NfcAgentDialogPluginPrivate* d(ConnUi::NfcAgentDialogPlugin* plugin) { return ConnUi::NfcAgentDialogPluginPrivate::get(plugin); }
 };
 
 #endif

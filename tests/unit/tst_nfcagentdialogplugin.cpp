@@ -186,7 +186,7 @@ private Q_SLOTS:
 
     void initializeWithInvalidAdapterRegistersNothing()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
+        FakePlatform::setNfcAdapterValid(false);
         FakeDialogServer server;
         NfcAgentDialogPlugin plugin;
         plugin.initialize(&server);
@@ -204,7 +204,7 @@ private Q_SLOTS:
         NfcAgent* agent = d(plugin)->agent;
         QVERIFY(agent);
 
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         emit agent->sharingPermissionRequested(QStringLiteral("bt"), 11, QStringList());
         emit agent->sharingSelectionRequested(QStringLiteral("bt"), 12);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"acceptSharing 11", "acceptSharing 12"}));
@@ -227,7 +227,7 @@ private Q_SLOTS:
         QVERIFY(!d(plugin)->requests.isEmpty());
         const QList<ConnUi::Dialog*> dialogs = server.openDialogs();
 
-        FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
+        FakePlatform::setNfcAdapterValid(false);
         FakePlatform::clearCalls();
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentDialogPlugin: UI agent deleted when there was ongoing requests!");
         emit d(plugin)->adapter->adapterInvalid();
@@ -272,7 +272,7 @@ private Q_SLOTS:
         NfcAgentDialogPlugin plugin;
         plugin.initialize(&server);
         emit d(plugin)->adapter->adapterValid();
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         emit d(plugin)->agent->sharingSelectionRequested(QStringLiteral("bt"), 5);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"acceptSharing 5"}));
         plugin.destroy();
@@ -298,7 +298,7 @@ private Q_SLOTS:
 
     void destroyWithoutAgentDeletesAdapterWithoutUnregistering()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
+        FakePlatform::setNfcAdapterValid(false);
         FakeDialogServer server;
         NfcAgentDialogPlugin plugin;
         plugin.initialize(&server);
@@ -311,7 +311,7 @@ private Q_SLOTS:
 
     void destroyWithoutAdapterDeletesPrivateHalf()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/exists"), false);
+        FakePlatform::setNfcAdapterPresent(false);
         FakeDialogServer server;
         NfcAgentDialogPlugin plugin;
         plugin.initialize(&server);
@@ -566,7 +566,7 @@ private Q_SLOTS:
         priv->agent = nullptr; // as after the adapter vanished without requests
         QCoreApplication::sendPostedEvents(agent, QEvent::DeferredDelete);
 
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         QVERIFY(QMetaObject::invokeMethod(&plugin, "sharingSelectionRequested", Qt::DirectConnection,
                                           Q_ARG(QString, QStringLiteral("bt")), Q_ARG(QVariant, QVariant(7))));
         QVERIFY(TestSupport::agentReplies().isEmpty());

@@ -7,6 +7,7 @@
 #include "nfcagentsharingrequest.h"
 #include "nfcsharingpermissiondialog.h"
 #include "nfcsharingselectiondialog.h"
+#include "outcome.h"
 
 using ConnUi::Dialog;
 using ConnUi::NfcAgentSharingRequest;
@@ -16,18 +17,6 @@ class tst_NfcAgentSharingRequest : public QObject
     Q_OBJECT
 
 private:
-    struct Outcome
-    {
-        explicit Outcome(NfcAgentSharingRequest* request)
-            : accepted(request, SIGNAL(accepted())), rejected(request, SIGNAL(rejected())),
-              shown(request, SIGNAL(dialogShown()))
-        {
-        }
-        QSignalSpy accepted;
-        QSignalSpy rejected;
-        QSignalSpy shown;
-    };
-
     static NfcAgentSharingRequest* permission(FakeDialogServer* server, const QStringList& resources,
                                               const QVariant& info = QVariant(1))
     {
@@ -62,7 +51,7 @@ private Q_SLOTS:
 
     void confirmationDisabledAcceptsWithoutDialogEvenWithoutResources()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         FakeDialogServer server;
         QScopedPointer<NfcAgentSharingRequest> request(permission(&server, {}));
         Outcome outcome(request.data());
@@ -78,7 +67,7 @@ private Q_SLOTS:
 
     void confirmationDisabledAcceptsEvenAnUnknownType()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         FakeDialogServer server;
         NfcAgentSharingRequest request(NfcAgentSharingRequest::Type(7), &server, QString(), 3, {});
         Outcome outcome(&request);
@@ -149,7 +138,7 @@ private Q_SLOTS:
         Outcome outcome(request.data());
         request->start();
         server.lastShown()->appear();
-        QCOMPARE(outcome.shown.count(), 1);
+        QCOMPARE(outcome.dialogShown.count(), 1);
     }
 
     void okResultAccepts()

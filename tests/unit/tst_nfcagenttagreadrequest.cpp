@@ -21,6 +21,7 @@
 #include "nfctagnotsupporteddialog.h"
 #include "nfctagreadpermissiondialog.h"
 #include "notesmock.h"
+#include "outcome.h"
 #include "testsupport.h"
 
 using ConnUi::Dialog;
@@ -33,17 +34,6 @@ using ConnUi::NfcTagReadPermissionDialog;
 namespace {
 
 const char notesNotebook[] = "66666666-7777-8888-9999-000000000000";
-
-QString key(const char* prefix, const QString& rest)
-{
-    return QLatin1String(prefix) + rest;
-}
-
-// The answers of the content-action library for a URI (looked up by its full text).
-void setStringActions(const QString& text, const QStringList& names)
-{
-    FakePlatform::set(key("ContentAction/string/", text), names);
-}
 
 NdefMessageHandler handler(const QString& id, bool foreground = false)
 {
@@ -107,18 +97,6 @@ class tst_NfcAgentTagReadRequest : public QObject
     Q_OBJECT
 
 private:
-    struct Outcome
-    {
-        explicit Outcome(NfcAgentTagReadRequest* request)
-            : accepted(request, SIGNAL(accepted())), rejected(request, SIGNAL(rejected())),
-              shown(request, SIGNAL(dialogShown()))
-        {
-        }
-        QSignalSpy accepted;
-        QSignalSpy rejected;
-        QSignalSpy shown;
-    };
-
     NotesMock notes;
     QStringList dataFiles; // record data files seen by a test, removed in cleanup()
 
@@ -133,15 +111,6 @@ private:
             request->setMessageHandlers(handlers);
         request->start();
         return request;
-    }
-
-    // The single open dialog of the server and its kind.
-    template<class T> static T* onlyOpen(FakeDialogServer& server)
-    {
-        const QList<Dialog*> open = server.openDialogs();
-        if (open.size() != 1)
-            return nullptr;
-        return qobject_cast<T*>(open.first());
     }
 
 private Q_SLOTS:
@@ -231,7 +200,7 @@ private Q_SLOTS:
         Outcome outcome(request.data());
         request->start();
         QCOMPARE(FakePlatform::callNames().value(0), QStringLiteral("ConnectivityUIUtils::unblankDisplay"));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
         QVERIFY(!server.lastShownOf<NfcTagReadPermissionDialog>());
@@ -243,7 +212,7 @@ private Q_SLOTS:
         FakeDialogServer server;
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() No NDEF messages in the tag.");
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, QByteArray()));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::EmptyTag));
     }
@@ -257,7 +226,7 @@ private Q_SLOTS:
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::raw(1, "Zz", QByteArray()),
                                           NdefWriter::raw(1, "Yy", QByteArray())})));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::EmptyTag));
     }
@@ -271,14 +240,14 @@ private Q_SLOTS:
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::raw(1, "Zz", QByteArray()),
                                           NdefWriter::raw(1, "Yy", "data")})));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
     }
 
     void foregroundHandlerGetsDataWithoutDialog()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser")});
         const QByteArray data = NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(new NfcAgentTagReadRequest(&server, target(), data));
@@ -298,13 +267,13 @@ private Q_SLOTS:
 
     void backgroundHandlersSelectFirstRecordWhateverItsType()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server,
             NdefWriter::message({NdefWriter::raw(1, "Zz", "abc"), NdefWriter::uri(QStringLiteral("http://x.org"))}),
             {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("choice"));
         // The unsupported record has no actions: only the handlers are offered.
@@ -316,12 +285,12 @@ private Q_SLOTS:
 
     void choicesAreActionsThenHandlerIdsAndSingleRecordPreselectsFirstAction()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))}),
             {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader", "app1", "app2"}));
         QCOMPARE(dialog->preselected(), QStringLiteral("Browser"));
@@ -332,7 +301,7 @@ private Q_SLOTS:
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}), {handler(QStringLiteral("app1"))}));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"app1"}));
         QVERIFY(dialog->preselected().isEmpty());
@@ -340,14 +309,14 @@ private Q_SLOTS:
 
     void multiRecordPreselectsFirstHandlerId()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server,
             NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org")),
                                  NdefWriter::uri(QStringLiteral("http://y.org"))}),
             {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader", "app1", "app2"}));
         QCOMPARE(dialog->preselected(), QStringLiteral("app1"));
@@ -355,12 +324,12 @@ private Q_SLOTS:
 
     void multiRecordWithoutHandlersPreselectsFirstAction()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org")),
                                           NdefWriter::raw(1, "Zz", "abc")})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader"}));
         QCOMPARE(dialog->preselected(), QStringLiteral("Browser"));
@@ -369,14 +338,14 @@ private Q_SLOTS:
     void storedDefaultApplicationIsPreselected()
     {
         writeDefaults({{QStringLiteral("http"), QStringLiteral("Reader")}});
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server,
             NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org")),
                                  NdefWriter::uri(QStringLiteral("http://y.org"))}),
             {handler(QStringLiteral("app1"))}));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->preselected(), QStringLiteral("Reader"));
     }
@@ -398,7 +367,7 @@ private Q_SLOTS:
         QFETCH(QList<QByteArray>, unsupportedTypes);
         QFETCH(QStringList, warnedNames);
         QFETCH(QString, expectedKey);
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         QList<NdefWriter::Record> records;
         for (const QByteArray& type : unsupportedTypes)
             records.append(NdefWriter::raw(1, type, "abc"));
@@ -409,7 +378,7 @@ private Q_SLOTS:
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, NdefWriter::message(records)));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader"}));
         dialog->setSelectedApplication(QStringLiteral("Reader"));
@@ -440,7 +409,7 @@ private Q_SLOTS:
             &server, NdefWriter::message({NdefWriter::text("en-US", QStringLiteral("Hello")),
                                           NdefWriter::uri(QStringLiteral("http://x.org")),
                                           NdefWriter::text("fi-FI", QStringLiteral("Hei"))})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("text"));
         QCOMPARE(dialog->text(), expectedText);
@@ -456,7 +425,7 @@ private Q_SLOTS:
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::text("en", QStringLiteral("Hello")),
                                           NdefWriter::text("fi", QString())})));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
     }
@@ -465,12 +434,12 @@ private Q_SLOTS:
 
     void smartPosterShowsUriWithItsTitle()
     {
-        setStringActions(QStringLiteral("tel:+358401234"), {QStringLiteral("Phone")});
+        FakePlatform::setStringActions(QStringLiteral("tel:+358401234"), {QStringLiteral("Phone")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::smartPoster(QStringLiteral("tel:+358401234"),
                                                                   {{"en", QStringLiteral("Call us")}})})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("uri"));
         QCOMPARE(dialog->uri(), QStringLiteral("tel:+358401234"));
@@ -479,11 +448,11 @@ private Q_SLOTS:
 
     void bareUriShowsUriWithoutTitle()
     {
-        setStringActions(QStringLiteral("tel:+358401234"), {QStringLiteral("Phone")});
+        FakePlatform::setStringActions(QStringLiteral("tel:+358401234"), {QStringLiteral("Phone")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("tel:+358401234"))})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("uri"));
         QCOMPARE(dialog->uri(), QStringLiteral("tel:+358401234"));
@@ -493,11 +462,11 @@ private Q_SLOTS:
     void contactCardShowsMimeTypeAndDataFile()
     {
         const QByteArray card("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Test\r\nEND:VCARD\r\n");
-        FakePlatform::set(QStringLiteral("ContentAction/defaultFile/*/text/x-vCard"), QStringList({"Contacts"}));
+        FakePlatform::setDefaultFileAction(QStringLiteral("*"), QStringLiteral("text/x-vCard"), QStringLiteral("Contacts"));
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::mime("text/x-vCard", card)})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         dataFiles.append(dialog->file());
         QCOMPARE(dialog->kind(), QStringLiteral("file"));
@@ -513,7 +482,7 @@ private Q_SLOTS:
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::text("en", QStringLiteral("Buy milk"))})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("text"));
         QCOMPARE(dialog->text(), QStringLiteral("Buy milk"));
@@ -521,11 +490,11 @@ private Q_SLOTS:
 
     void storeLinkShowsExternalTypeAndContent()
     {
-        FakePlatform::set(QStringLiteral("ContentAction/launcher/quandelclient.desktop"), QStringList({"Store"}));
+        FakePlatform::setLauncherAction(QStringLiteral("quandelclient.desktop"), QStringLiteral("Store"));
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::external("quandel:link", "app:42")})));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("external"));
         QCOMPARE(dialog->externalType(), QStringLiteral("quandel:link"));
@@ -536,7 +505,7 @@ private Q_SLOTS:
     // and the request ends at once with a rejection.
     void predefinedRecordMatchingNoRuleRejectsWithoutDialog()
     {
-        FakePlatform::set(QStringLiteral("ContentAction/launcher/quandelclient.desktop"), QStringList({"Store"}));
+        FakePlatform::setLauncherAction(QStringLiteral("quandelclient.desktop"), QStringLiteral("Store"));
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(new NfcAgentTagReadRequest(
             &server, target(), NdefWriter::message({NdefWriter::external("quandel:link", QByteArray())})));
@@ -556,7 +525,7 @@ private Q_SLOTS:
             startRequest(&server, NdefWriter::message({NdefWriter::text("en", QStringLiteral("Hi"))})));
         Outcome outcome(request.data());
         server.lastShown()->appear();
-        QCOMPARE(outcome.shown.count(), 1);
+        QCOMPARE(outcome.dialogShown.count(), 1);
     }
 
     void errorDialogAppearingEmitsDialogShown()
@@ -566,7 +535,7 @@ private Q_SLOTS:
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, QByteArray()));
         Outcome outcome(request.data());
         server.lastShown()->appear();
-        QCOMPARE(outcome.shown.count(), 1);
+        QCOMPARE(outcome.dialogShown.count(), 1);
     }
 
     // --- dialogFinished() -------------------------------------------------------------------------
@@ -594,7 +563,7 @@ private Q_SLOTS:
     void confirmationWithOtherResultThanOkRejects()
     {
         QFETCH(int, result);
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))})));
@@ -659,7 +628,7 @@ private Q_SLOTS:
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, data, {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         dialog->setSelectedApplication(QStringLiteral("app2"));
         dialog->done(Dialog::Ok);
@@ -678,7 +647,7 @@ private Q_SLOTS:
             startRequest(&server, NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}),
                          {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QVERIFY(dialog->selectedApplication().isEmpty());
         dialog->done(Dialog::Ok);
@@ -697,7 +666,7 @@ private Q_SLOTS:
             startRequest(&server, NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}),
                          {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         dialog->setSelectedApplication(QStringLiteral("app.gone"));
         dialog->done(Dialog::Ok);
@@ -711,13 +680,13 @@ private Q_SLOTS:
 
     void chosenActionBesideHandlersTriggersTheAction()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))}),
                          {handler(QStringLiteral("app1"))}));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         dialog->setSelectedApplication(QStringLiteral("Reader"));
         dialog->done(Dialog::Ok);
@@ -744,13 +713,13 @@ private Q_SLOTS:
     {
         QFETCH(QString, chosen);
         QFETCH(QString, triggered);
-        setStringActions(QStringLiteral("http://x.org"),
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"),
                          {QStringLiteral("Browser"), QStringLiteral("Reader"), QStringLiteral("Saver")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))})));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         dialog->setSelectedApplication(chosen);
         dialog->done(Dialog::Ok);
@@ -770,7 +739,7 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, "Record type `Zz' not supported");
         QVERIFY(!request.selectSupportedRecord());
         QVERIFY(!request.processTag());
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
         QCOMPARE(outcome.accepted.count() + outcome.rejected.count(), 0);
@@ -781,7 +750,7 @@ private Q_SLOTS:
     // The confirmation dialog goes back to the server before the error dialog replaces it.
     void errorDialogReplacesAnOpenDialog()
     {
-        setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))})));
@@ -789,12 +758,12 @@ private Q_SLOTS:
         Dialog* confirmation = server.lastShown();
         request->showErrorDialog();
         QVERIFY(!server.isOpen(confirmation));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
         request->showErrorDialog(NfcTagNotSupportedDialog::EmptyTag);
         QVERIFY(!server.isOpen(error));
-        error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::EmptyTag));
         QCOMPARE(outcome.accepted.count() + outcome.rejected.count(), 0);
@@ -826,7 +795,7 @@ private Q_SLOTS:
         dialog->done(Dialog::Ok);
         dialog->appear();
         QCOMPARE(outcome.accepted.count(), 0);
-        QCOMPARE(outcome.shown.count(), 0);
+        QCOMPARE(outcome.dialogShown.count(), 0);
         request->stop();
         QCOMPARE(outcome.rejected.count(), 1);
         request.reset();
@@ -839,7 +808,7 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() received ndef data could not be parsed");
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, QByteArray::fromHex("d1")));
         Outcome outcome(request.data());
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>(server);
+        auto* error = server.onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
         error->done(Dialog::Ok);
         QCOMPARE(outcome.rejected.count(), 1);
@@ -967,11 +936,11 @@ private Q_SLOTS:
     void directSmsGoesToEveryRecipientIncludingEmptyOnes()
     {
         const QString uri = QStringLiteral("sms:+1,,+2");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("uri"));
         dialog->setDirectActionSelected(true);
@@ -989,7 +958,7 @@ private Q_SLOTS:
     void confirmedSmsWithoutDirectActionOpensEditor()
     {
         const QString uri = QStringLiteral("sms:+15551234?body=Hi");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
         Outcome outcome(request.data());
@@ -1014,16 +983,16 @@ private Q_SLOTS:
     {
         QFETCH(int, answer);
         QFETCH(bool, sends);
-        FakePlatform::set(QStringLiteral("OfflineMode/status"), 0);
+        FakePlatform::setOfflineStatus(0);
         const QString uri = QStringLiteral("sms:+15551234?body=Hi");
-        setStringActions(uri, {QStringLiteral("Messages")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
         Outcome outcome(request.data());
         int sentWhenAccepted = -1;
         connect(request.data(), &NfcAgentTagReadRequest::accepted, this,
                 [&] { sentWhenAccepted = FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")); });
-        auto* confirmation = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* confirmation = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(confirmation);
         confirmation->setDirectActionSelected(true);
         confirmation->done(Dialog::Ok);
@@ -1038,7 +1007,7 @@ private Q_SLOTS:
                                              "Turn offline mode off and send the message?"));
         QCOMPARE(box->buttons(), 0x14000);
         box->appear();
-        QCOMPARE(outcome.shown.count(), 0);
+        QCOMPARE(outcome.dialogShown.count(), 0);
 
         box->done(answer);
         if (sends) {
@@ -1081,11 +1050,11 @@ private Q_SLOTS:
     void callUriWithDirectActionPlacesTheCall()
     {
         const QString uri = QStringLiteral("tel:+15551234?x=1");
-        setStringActions(uri, {QStringLiteral("Phone"), QStringLiteral("Skype")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Phone"), QStringLiteral("Skype")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("uri"));
         dialog->setDirectActionSelected(true);
@@ -1110,11 +1079,11 @@ private Q_SLOTS:
         QFETCH(QString, chosen);
         QFETCH(QString, triggered);
         const QString uri = QStringLiteral("tel:+15551234");
-        setStringActions(uri, {QStringLiteral("Phone"), QStringLiteral("Skype")});
+        FakePlatform::setStringActions(uri, {QStringLiteral("Phone"), QStringLiteral("Skype")});
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
         Outcome outcome(request.data());
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>(server);
+        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         dialog->setSelectedApplication(chosen);
         dialog->done(Dialog::Ok);
@@ -1166,7 +1135,7 @@ private Q_SLOTS:
     void handleTextWhenStorageDoesNotOpenDoesNothingElse()
     {
         QVERIFY(notes.start());
-        FakePlatform::set(QStringLiteral("ExtendedStorage/openFails"), true);
+        FakePlatform::setNotesStorageOpenFails(true);
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagReadRequest::handleText() Could not open storage!");
         NfcAgentTagReadRequest::handleText(QStringLiteral("Buy milk"));
         QCOMPARE(TestSupport::callsWithPrefix(QStringLiteral("Extended")),
@@ -1177,7 +1146,7 @@ private Q_SLOTS:
     void handleTextWhenAddingFailsStillSavesAndOpensTheNote()
     {
         QVERIFY(notes.start());
-        FakePlatform::set(QStringLiteral("ExtendedCalendar/addFails"), true);
+        FakePlatform::setJournalAddFails(true);
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagReadRequest:: adding journal failed");
         NfcAgentTagReadRequest::handleText(QStringLiteral("Buy milk"));
         QCOMPARE(TestSupport::callsWithPrefix(QStringLiteral("Extended")),

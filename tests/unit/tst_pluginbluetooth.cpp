@@ -20,6 +20,8 @@
 #include "nfcagentdialogplugin.h"
 #include "nfcpairingdialog.h"
 #include "pluginaccess.h"
+#include "pluginfixture.h"
+#include "testdevices.h"
 #include "testsupport.h"
 
 using ConnUi::Dialog;
@@ -27,37 +29,13 @@ using ConnUi::NfcAgentBluetoothRequest;
 using ConnUi::NfcAgentDialogPlugin;
 using ConnUi::NfcPairingDialog;
 
+using namespace TestDevices;
+using TestSupport::banners;
+using TestSupport::managerCalls;
+
 namespace {
-
-const QString target1 = QStringLiteral("/com/orvan/nfc/target/1");
-const QString target2 = QStringLiteral("/com/orvan/nfc/target/2");
-const QString headset = QStringLiteral("00:1D:43:A0:00:01");
-const QString headsetName = QStringLiteral("Platform Headset");
-const QString otherHeadset = QStringLiteral("00:1D:43:A0:00:02");
-const QString otherName = QStringLiteral("Other Platform Headset");
-const QString daemonName = QStringLiteral("NFC Headset");
-const uint headsetClass = 0x240404;
-
-
-QStringList banners()
-{
-    QStringList result;
-    for (const FakeCall& call : FakePlatform::callsTo(QStringLiteral("SimpleNotification::show")))
-        result.append(call.args.value(0).toString() + QLatin1Char('|') + call.args.value(2).toString());
-    return result;
-}
-
-QStringList managerCalls()
-{
-    QStringList result;
-    for (const FakeCall& call : FakePlatform::calls()) {
-        if (call.name == QLatin1String("BluetoothConnectionManager::connect")
-            || call.name == QLatin1String("BluetoothConnectionManager::disconnect"))
-            result.append(call.name.mid(28) + QLatin1Char(' ') + call.args.value(0).toString());
-    }
-    return result;
-}
-
+// The headset as the platform knows it.
+const QString headsetName = platformName;
 } // namespace
 
 // Emits an outcome signal from something that is not a Bluetooth request.
@@ -69,18 +47,12 @@ Q_SIGNALS:
     void failed(const QString& reason);
 };
 
-class tst_PluginBluetooth : public QObject {
+class tst_PluginBluetooth : public QObject, public PluginFixture {
     Q_OBJECT
 
 private:
     BluezMock bluez;
     BluezBannerTexts texts;
-    FakeDialogServer* server = nullptr;
-    NfcAgentDialogPlugin* plugin = nullptr;
-
-    ConnUi::NfcAgentDialogPluginPrivate* d() const { return NfcAgentDialogPluginTestAccess::d(plugin); }
-    NfcAgent* agent() const { return d()->agent; }
-    static void deleteLaterNow() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -92,23 +64,14 @@ private Q_SLOTS:
 
     void init()
     {
-        FakePlatform::reset();
         QVERIFY2(bluez.reset(), qPrintable(bluez.lastError()));
-        server = new FakeDialogServer;
-        plugin = new NfcAgentDialogPlugin;
-        plugin->initialize(server);
+        setUp();
         QVERIFY(agent());
-        FakePlatform::clearCalls();
     }
 
     void cleanup()
     {
-        plugin->destroy();
-        delete plugin;
-        plugin = nullptr;
-        deleteLaterNow();
-        delete server;
-        server = nullptr;
+        tearDown();
     }
 
     void cleanupTestCase()
@@ -145,7 +108,7 @@ private Q_SLOTS:
         QCOMPARE(banners(),
                  (QStringList {QStringLiteral("x-orvan.nfc|") + BluezBannerTexts::pairing(daemonName),
                                QStringLiteral("x-orvan.nfc.connected|") + BluezBannerTexts::connected(headsetName)}));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(!d()->pairingRequest);
         QVERIFY(d()->requests.isEmpty());
     }
@@ -161,13 +124,13 @@ private Q_SLOTS:
         QCOMPARE(TestSupport::agentReplies(), QStringList {QStringLiteral("rejectDevice ") + target1});
         QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothPairingProcess::start")), 0);
         QVERIFY(banners().isEmpty());
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
     }
 
     void pairingWithPinGivesThePinToTheProcess()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass,
@@ -191,7 +154,7 @@ private Q_SLOTS:
 
     void pairingWithoutPinIgnoresLegacyPairing()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
@@ -207,9 +170,8 @@ private Q_SLOTS:
 
     void pairingErrorIsRepliedAsError()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
-        FakePlatform::set(QStringLiteral("BluetoothPairingProcess/error"),
-                          QStringLiteral("org.bluez.Error.AuthenticationRejected"));
+        FakePlatform::setConfirmationEnabled(false);
+        FakePlatform::setPairingError(QStringLiteral("org.bluez.Error.AuthenticationRejected"));
         TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
@@ -244,7 +206,7 @@ private Q_SLOTS:
         QCOMPARE(TestSupport::agentReplies(), QStringList {QStringLiteral("btConnectionRequestGranted ") + target1});
         QCOMPARE(FakePlatform::count(QStringLiteral("ConnectivityUIUtils::unlockScreen")), 0);
         QVERIFY(!d()->pairingRequest);
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
     }
 
@@ -287,13 +249,13 @@ private Q_SLOTS:
         QCOMPARE(TestSupport::agentReplies(), QStringList {QStringLiteral("replyError ") + target1
                                                            + QStringLiteral(" com.orvan.nfc.UIAgent.Failed")});
         // Replied from inside start(), before the request was tracked; deleted all the same.
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
     }
 
     void adapterReportingPoweredWhileOffIsRepliedAsError()
     {
-        FakePlatform::set(QStringLiteral("BluetoothAdapter/powered"), false);
+        FakePlatform::setBluetoothPowered(false);
         TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
 
         emit agent()->btConnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
@@ -310,15 +272,15 @@ private Q_SLOTS:
 
     void adapterPoweringUpLaterLetsTheRequestGoOn()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
-        FakePlatform::set(QStringLiteral("BluetoothAdapter/powered"), false);
+        FakePlatform::setConfirmationEnabled(false);
+        FakePlatform::setBluetoothPowered(false);
         TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, false, false)});
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
         QCOMPARE(banners(), QStringList {QStringLiteral("x-orvan.nfc|") + BluezBannerTexts::pairing(daemonName)});
         QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothPairingProcess::start")), 0);
 
-        FakePlatform::set(QStringLiteral("BluetoothAdapter/powered"), true);
+        FakePlatform::setBluetoothPowered(true);
         QVERIFY(FakePlatform::last<BluetoothAdapter>());
         emit FakePlatform::last<BluetoothAdapter>()->propertyChanged(QStringLiteral("powered"));
         QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothPairingProcess::start")), 1);
@@ -363,7 +325,7 @@ private Q_SLOTS:
         QCOMPARE(server->closedDialogs().size(), 1);
         QCOMPARE(server->closedDialogs().value(0).data(), static_cast<Dialog*>(firstDialog.data()));
         QVERIFY(d()->pairingRequest.data() != first.data());
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(!first);
 
         NfcPairingDialog* secondDialog = server->lastShownOf<NfcPairingDialog>();
@@ -385,14 +347,14 @@ private Q_SLOTS:
         QVERIFY(firstDialog);
         firstDialog->done(Dialog::Cancel);
         QCOMPARE(TestSupport::agentReplies(), QStringList {QStringLiteral("rejectDevice ") + target1});
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->pairingRequest);
         QCOMPARE(d()->pairingRequest->targetPath(), QDBusObjectPath(target2));
     }
 
     void pairingWithoutValidAdapterIsRepliedAsError()
     {
-        FakePlatform::set(QStringLiteral("BluetoothAdapter/valid"), false);
+        FakePlatform::setBluetoothAdapterValid(false);
 
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentBluetoothRequest: Unable to get valid BluetoothAdapter");
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass, QString());
@@ -422,7 +384,7 @@ private Q_SLOTS:
         TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, true, false)});
         emit agent()->btConnectionRequested(QDBusObjectPath(target1), headset, daemonName, headsetClass);
         QPointer<BluetoothConnectionManager> manager = FakePlatform::last<BluetoothConnectionManager>();
-        FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
+        FakePlatform::setNfcAdapterValid(false);
 
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentDialogPlugin: UI agent deleted when there was ongoing requests!");
         QVERIFY(FakePlatform::last<NfcAdapter>());
@@ -437,7 +399,7 @@ private Q_SLOTS:
     void requestStartedWithoutAgentEndsWithoutReply()
     {
         plugin->destroy();
-        FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
+        FakePlatform::setNfcAdapterValid(false);
         plugin->initialize(server);
         QVERIFY(!agent());
         FakePlatform::clearCalls();
@@ -450,7 +412,7 @@ private Q_SLOTS:
         emit FakePlatform::last<BluetoothConnectionManager>()->connected();
 
         QVERIFY(TestSupport::agentReplies().isEmpty());
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
     }
 
@@ -462,11 +424,12 @@ private Q_SLOTS:
         QVERIFY(connect(request, SIGNAL(accepted()), d(), SLOT(bluetoothRequestAccepted())));
 
         QTest::ignoreMessage(QtWarningMsg, "Unknown NfcAgentBluetoothRequest type: 3");
-        emit request->accepted();
+        // The request's outcome signals are protected: only the meta-object reaches them from outside.
+        QVERIFY(QMetaObject::invokeMethod(request, "accepted"));
 
         QVERIFY(TestSupport::agentReplies().isEmpty());
         QVERIFY(guard);
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(!guard);
     }
 

@@ -9,38 +9,27 @@
 #include "nfcsharingselectiondialog.h"
 #include "nfctagnotsupporteddialog.h"
 #include "pluginaccess.h"
+#include "pluginfixture.h"
 #include "testsupport.h"
 
 using ConnUi::Dialog;
 using ConnUi::NfcAgentDialogPlugin;
 
-class tst_PluginSharing : public QObject
+class tst_PluginSharing : public QObject, public PluginFixture
 {
     Q_OBJECT
 
 private:
-    FakeDialogServer* server = nullptr;
-    NfcAgentDialogPlugin* plugin = nullptr;
-
-    NfcAgent* agent() const { return NfcAgentDialogPluginTestAccess::d(plugin)->agent; }
-    ConnUi::NfcAgentDialogPluginPrivate* d() const { return NfcAgentDialogPluginTestAccess::d(plugin); }
 
 private Q_SLOTS:
     void init()
     {
-        FakePlatform::reset();
-        server = new FakeDialogServer;
-        plugin = new NfcAgentDialogPlugin;
-        plugin->initialize(server);
-        FakePlatform::clearCalls();
+        setUp();
     }
 
     void cleanup()
     {
-        plugin->destroy();
-        delete plugin;
-        delete server;
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        tearDown();
     }
 
     void permissionConfirmedIsAcceptedWithItsInfo()
@@ -54,7 +43,7 @@ private Q_SLOTS:
         dialog->done(Dialog::Ok);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"acceptSharing info-1"}));
         QVERIFY(!d()->requests.isEmpty());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
     }
 
@@ -76,11 +65,11 @@ private Q_SLOTS:
 
     void confirmationOffAcceptsAtOnce()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         emit agent()->sharingPermissionRequested(QStringLiteral("bluetooth"), QVariant(8), {});
         QCOMPARE(TestSupport::agentReplies(), QStringList({"acceptSharing 8"}));
         QVERIFY(server->shownDialogs().isEmpty());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
     }
 
@@ -123,7 +112,7 @@ private Q_SLOTS:
         emit agent()->sharingSelectionRequested(QStringLiteral("bt"), QVariant(3));
         QVERIFY(!server->isOpen(tagDialog));
         QVERIFY(server->lastShownOf<ConnUi::NfcSharingSelectionDialog>());
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        TestSupport::deleteLaterNow();
         QVERIFY(tagRead.isNull());
         QVERIFY(TestSupport::agentReplies().isEmpty());
 

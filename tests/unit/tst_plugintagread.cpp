@@ -23,6 +23,7 @@
 #include "nfctagreadpermissiondialog.h"
 #include "notesmock.h"
 #include "pluginaccess.h"
+#include "pluginfixture.h"
 #include "testsupport.h"
 #include "uiindications.h"
 
@@ -39,7 +40,7 @@ const char notesNotebook[] = "66666666-7777-8888-9999-000000000000";
 
 void setStringActions(const QString& text, const QStringList& names)
 {
-    FakePlatform::set(QStringLiteral("ContentAction/string/") + text, names);
+    FakePlatform::setStringActions(text, names);
 }
 
 NdefMessageHandler handler(const QString& id, bool foreground = false)
@@ -63,18 +64,14 @@ QByteArray uriTag(const QString& uri)
 
 } // namespace
 
-class tst_PluginTagRead : public QObject
+class tst_PluginTagRead : public QObject, public PluginFixture
 {
     Q_OBJECT
 
 private:
-    FakeDialogServer* server = nullptr;
-    NfcAgentDialogPlugin* plugin = nullptr;
     NotesMock notes;
     QStringList dataFiles; // record data files seen by a test, removed in cleanup()
 
-    NfcAgent* agent() const { return NfcAgentDialogPluginTestAccess::d(plugin)->agent; }
-    ConnUi::NfcAgentDialogPluginPrivate* d() const { return NfcAgentDialogPluginTestAccess::d(plugin); }
 
     void deliver(const QByteArray& data, const NdefMessageHandlerList& handlers = NdefMessageHandlerList(),
                  const QString& target = QStringLiteral("/tag/1"))
@@ -82,15 +79,6 @@ private:
         emit agent()->dataDeliveryRequested(handlers, QDBusObjectPath(target), data);
     }
 
-    static void deleteLaterNow() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
-
-    template<class T> T* onlyOpen() const
-    {
-        const QList<Dialog*> open = server->openDialogs();
-        if (open.size() != 1)
-            return nullptr;
-        return qobject_cast<T*>(open.first());
-    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -100,22 +88,15 @@ private Q_SLOTS:
 
     void init()
     {
-        FakePlatform::reset();
         QDir(QDir::homePath() + QStringLiteral("/.nfc")).removeRecursively();
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
-        server = new FakeDialogServer;
-        plugin = new NfcAgentDialogPlugin;
-        plugin->initialize(server);
-        FakePlatform::clearCalls();
+        setUp();
     }
 
     void cleanup()
     {
         QThreadPool::globalInstance()->waitForDone();
-        plugin->destroy();
-        delete plugin;
-        delete server;
-        deleteLaterNow();
+        tearDown();
         notes.stop();
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
         for (const QString& path : qAsConst(dataFiles))
@@ -139,7 +120,7 @@ private Q_SLOTS:
                  QStringLiteral("Browser"));
         QCOMPARE(TestSupport::agentReplies(), QStringList({"dataDeliveryGranted /tag/1"}));
         QVERIFY(d()->tagReadRequest);
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         // Deleted without a second reply; the confirmation dialog goes back to the server.
         QVERIFY(!d()->tagReadRequest);
         QVERIFY(d()->requests.isEmpty());
@@ -156,7 +137,7 @@ private Q_SLOTS:
         dialog->done(Dialog::Cancel);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
         QCOMPARE(FakePlatform::count(QStringLiteral("ContentAction::trigger")), 0);
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
     }
@@ -171,7 +152,7 @@ private Q_SLOTS:
         QCOMPARE(forwards.size(), 1);
         QCOMPARE(forwards.first().args, QVariantList({QStringLiteral("app.fg"), QStringLiteral("/tag/1"), data}));
         QCOMPARE(TestSupport::agentReplies(), QStringList({"dataDeliveryGranted /tag/1"}));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
         QCOMPARE(TestSupport::agentReplies(), QStringList({"dataDeliveryGranted /tag/1"}));
     }
@@ -278,7 +259,7 @@ private Q_SLOTS:
 
     void smsTagInOfflineModeAnsweredYesSendsAndIsGranted()
     {
-        FakePlatform::set(QStringLiteral("OfflineMode/status"), 0);
+        FakePlatform::setOfflineStatus(0);
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
         setStringActions(uri, {QStringLiteral("Messages")});
         deliver(uriTag(uri));
@@ -297,14 +278,14 @@ private Q_SLOTS:
         QCOMPARE(FakePlatform::callsTo(QStringLiteral("MessagingIf::sendSMS")).value(0).args,
                  QVariantList({QStringLiteral("+15551234"), QStringLiteral("Hello"), true}));
         QCOMPARE(TestSupport::agentReplies(), QStringList({"dataDeliveryGranted /tag/1"}));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(!server->isOpen(box));
         QCOMPARE(TestSupport::agentReplies(), QStringList({"dataDeliveryGranted /tag/1"}));
     }
 
     void smsTagInOfflineModeAnsweredNoIsRejected()
     {
-        FakePlatform::set(QStringLiteral("OfflineMode/status"), 0);
+        FakePlatform::setOfflineStatus(0);
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
         setStringActions(uri, {QStringLiteral("Messages")});
         deliver(uriTag(uri));
@@ -317,7 +298,7 @@ private Q_SLOTS:
         box->done(Dialog::No);
         QCOMPARE(FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")), 0);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
     }
 
@@ -354,7 +335,7 @@ private Q_SLOTS:
     void contactCardOpensWithTheContactsApplication()
     {
         const QByteArray card("BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Test Person\r\nEND:VCARD\r\n");
-        FakePlatform::set(QStringLiteral("ContentAction/defaultFile/*/text/x-vCard"), QStringList({"Contacts"}));
+        FakePlatform::setDefaultFileAction(QStringLiteral("*"), QStringLiteral("text/x-vCard"), QStringLiteral("Contacts"));
         deliver(NdefWriter::message({NdefWriter::mime("text/x-vCard", card)}));
         auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -380,7 +361,7 @@ private Q_SLOTS:
         error->done(Dialog::Ok);
         QVERIFY(!server->isOpen(error));
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->requests.isEmpty());
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
     }
@@ -427,7 +408,7 @@ private Q_SLOTS:
         auto* secondDialog = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(secondDialog);
         QCOMPARE(secondDialog->uri(), QStringLiteral("http://b.org"));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(first.isNull());
         QVERIFY(TestSupport::agentReplies().isEmpty());
 
@@ -445,7 +426,7 @@ private Q_SLOTS:
 
         emit agent()->sharingSelectionRequested(QStringLiteral("bluetooth"), QVariant(7));
         QVERIFY(!server->isOpen(tagDialog));
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(tagRead.isNull());
         QVERIFY(TestSupport::agentReplies().isEmpty());
 
@@ -469,7 +450,7 @@ private Q_SLOTS:
         QVERIFY(error);
         QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::EmptyTag));
         QCOMPARE(d()->errorDialog, error);
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(tagRead.isNull());
 
         error->done(Dialog::Ok);
@@ -502,7 +483,7 @@ private Q_SLOTS:
         QCOMPARE(first->preselected(), QStringLiteral("Browser"));
         first->setSelectedApplication(QStringLiteral("Reader"));
         first->done(Dialog::Ok);
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
 
         deliver(uriTag(QStringLiteral("http://b.org")), NdefMessageHandlerList(), QStringLiteral("/tag/2"));
         auto* second = onlyOpen<NfcTagReadPermissionDialog>();
@@ -547,7 +528,7 @@ private Q_SLOTS:
         QVERIFY(FakePlatform::calls().isEmpty());
 
         // The tag read goes on as before.
-        deleteLaterNow();
+        TestSupport::deleteLaterNow();
         QVERIFY(d()->tagReadRequest);
         QVERIFY(server->isOpen(tagDialog));
         tagDialog->done(Dialog::Ok);

@@ -1,18 +1,68 @@
-// Screen unblank and unlock: reported to the dialog server as indications until the session service
-// is written.
+// Screen control through the session's screen saver. Both operations ask it to treat the moment as user
+// activity, which wakes a blanked screen and, in a locked session, brings up the unlock prompt: the user
+// still has to unlock. Nothing here unlocks by itself, so a touched tag never opens a locked desktop.
+// The call is not waited for; a session without a screen saver is reported once. Both are also
+// reported to UiIndications for the dialog server.
 #include "connectivityuiutils.h"
+#include "linuxlogging.h"
+#include "screensaverproxy.h"
 #include "uiindications.h"
+
+#include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QSet>
+
+namespace {
+
+const char screenSaverService[] = "org.freedesktop.ScreenSaver";
+const char screenSaverPath[] = "/org/freedesktop/ScreenSaver";
+
+void warnOnce(const QString& errorName, const QString& message)
+{
+    static QMutex mutex;
+    static QSet<QString> warned;
+    QMutexLocker locker(&mutex);
+    if (warned.contains(errorName))
+        return;
+    warned.insert(errorName);
+    qCWarning(lcSession, "ConnectivityUIUtils: the screen cannot be woken: %s (%s)", qUtf8Printable(message),
+              qUtf8Printable(errorName));
+}
+
+void simulateUserActivity()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        warnOnce(QStringLiteral("org.freedesktop.DBus.Error.NoServer"), QStringLiteral("no session bus"));
+        return;
+    }
+    ScreenSaverProxy screenSaver(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus);
+    QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(screenSaver.SimulateUserActivity());
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [](QDBusPendingCallWatcher* finished) {
+        const QDBusPendingReply<> reply = *finished;
+        if (reply.isError())
+            warnOnce(reply.error().name(), reply.error().message());
+        finished->deleteLater();
+    });
+}
+
+} // namespace
 
 namespace ConnUi {
 
 void ConnectivityUIUtils::unblankDisplay()
 {
     UiIndications::indicate(QStringLiteral("unblank"));
+    simulateUserActivity();
 }
 
 void ConnectivityUIUtils::unlockScreen()
 {
     UiIndications::indicate(QStringLiteral("unlock"));
+    simulateUserActivity();
 }
 
 } // namespace ConnUi

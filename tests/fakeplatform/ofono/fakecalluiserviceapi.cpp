@@ -4,19 +4,7 @@
 
 namespace CallUi {
 
-class CallUiServiceApiPrivate
-{
-};
-
-CallUiServiceApi::CallUiServiceApi(QObject* parent)
-    : QObject(parent), d(new CallUiServiceApiPrivate)
-{
-}
-
-CallUiServiceApi::~CallUiServiceApi()
-{
-    delete d;
-}
+FAKEPLATFORM_STATELESS_QOBJECT(CallUiServiceApi)
 
 bool CallUiServiceApi::RequestCellularCall(const QString& number)
 {

@@ -4,19 +4,7 @@
 
 namespace ConnUi {
 
-class OfflineModePrivate
-{
-};
-
-OfflineMode::OfflineMode(QObject* parent)
-    : QObject(parent), d(new OfflineModePrivate)
-{
-}
-
-OfflineMode::~OfflineMode()
-{
-    delete d;
-}
+FAKEPLATFORM_STATELESS_QOBJECT(OfflineMode)
 
 int OfflineMode::currentStatus() const
 {

@@ -4,19 +4,7 @@
 
 namespace QtMobility {
 
-class QSystemDeviceInfoPrivate
-{
-};
-
-QSystemDeviceInfo::QSystemDeviceInfo(QObject* parent)
-    : QObject(parent), d(new QSystemDeviceInfoPrivate)
-{
-}
-
-QSystemDeviceInfo::~QSystemDeviceInfo()
-{
-    delete d;
-}
+FAKEPLATFORM_STATELESS_QOBJECT(QSystemDeviceInfo)
 
 QSystemDeviceInfo::LockTypeFlags QSystemDeviceInfo::lockStatus() const
 {

@@ -23,11 +23,15 @@
 #include "nfcagentdialogplugin.h"
 #include "nfcpairingdialog.h"
 #include "pluginaccess.h"
+#include "pluginfixture.h"
+#include "testdevices.h"
 #include "testsupport.h"
 
 using ConnUi::Dialog;
 using ConnUi::NfcAgentDialogPlugin;
 using ConnUi::NfcPairingDialog;
+
+using namespace TestDevices;
 
 namespace {
 
@@ -40,20 +44,12 @@ const QString markerPath = QStringLiteral("/com/orvan/nfc_ui/test");
 const QString markerInterface = QStringLiteral("com.orvan.nfc_ui.Test");
 const QString markerMember = QStringLiteral("Marker");
 
-const QString target1 = QStringLiteral("/com/orvan/nfc/target/1");
-const QString target2 = QStringLiteral("/com/orvan/nfc/target/2");
-const QString headset = QStringLiteral("00:1D:43:A0:00:01");
-const QString headsetName = QStringLiteral("Platform Headset");
-const uint headsetClass = 0x240404;
+// The headset as the platform knows it.
+const QString headsetName = TestDevices::platformName;
 
 void setHeadset(bool connectable, bool audio)
 {
-    FakePlatform::set(QStringLiteral("BluetoothAdapter/devices"),
-                      QVariantList {QVariantMap {{QStringLiteral("Address"), headset},
-                                                 {QStringLiteral("Name"), headsetName},
-                                                 {QStringLiteral("Paired"), true},
-                                                 {QStringLiteral("Connectable"), connectable},
-                                                 {QStringLiteral("AudioConnected"), audio}}});
+    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, headsetName, true, connectable, audio)});
 }
 
 } // namespace
@@ -109,19 +105,13 @@ private:
     int arrivedMarker = 0;
 };
 
-class tst_bluezbroadcasts : public QObject {
+class tst_bluezbroadcasts : public QObject, public PluginFixture {
     Q_OBJECT
 
 private:
     BluezMock bluez;
     BluezBannerTexts texts;
     BroadcastListener listener;
-    FakeDialogServer* server = nullptr;
-    NfcAgentDialogPlugin* plugin = nullptr;
-
-    ConnUi::NfcAgentDialogPluginPrivate* d() const { return NfcAgentDialogPluginTestAccess::d(plugin); }
-    NfcAgent* agent() const { return d()->agent; }
-    static void deleteLaterNow() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -135,24 +125,15 @@ private Q_SLOTS:
 
     void init()
     {
-        FakePlatform::reset();
         QVERIFY2(bluez.reset(), qPrintable(bluez.lastError()));
-        server = new FakeDialogServer;
-        plugin = new NfcAgentDialogPlugin;
-        plugin->initialize(server);
+        setUp(true);
         QVERIFY(listener.sync());
         listener.messages.clear();
     }
 
     void cleanup()
     {
-        if (plugin)
-            plugin->destroy();
-        delete plugin;
-        plugin = nullptr;
-        deleteLaterNow();
-        delete server;
-        server = nullptr;
+        tearDown();
     }
 
     void cleanupTestCase()
@@ -164,7 +145,7 @@ private Q_SLOTS:
 
     void broadcastsAreArgumentlessSignalsOfThePlugin()
     {
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         setHeadset(false, false);
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, headsetName, headsetClass, QString());
         QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
@@ -227,14 +208,13 @@ private Q_SLOTS:
     void failedPairingBroadcastsFinished()
     {
         QFETCH(bool, atStart);
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         setHeadset(true, false);
         if (atStart) {
-            FakePlatform::set(QStringLiteral("BluetoothAdapter/valid"), false);
+            FakePlatform::setBluetoothAdapterValid(false);
             QTest::ignoreMessage(QtWarningMsg, "NfcAgentBluetoothRequest: Unable to get valid BluetoothAdapter");
         } else {
-            FakePlatform::set(QStringLiteral("BluetoothPairingProcess/error"),
-                              QStringLiteral("org.bluez.Error.Failed"));
+            FakePlatform::setPairingError(QStringLiteral("org.bluez.Error.Failed"));
         }
 
         emit agent()->btPairingRequested(QDBusObjectPath(target1), headset, headsetName, headsetClass, QString());
@@ -319,10 +299,10 @@ private Q_SLOTS:
     void acceptedPairingWithoutAgentStillBroadcastsFinished()
     {
         plugin->destroy();
-        FakePlatform::set(QStringLiteral("NfcAdapter/valid"), false);
+        FakePlatform::setNfcAdapterValid(false);
         plugin->initialize(server);
         QVERIFY(!agent());
-        FakePlatform::set(QStringLiteral("NfcAdapter/confirmationEnabled"), false);
+        FakePlatform::setConfirmationEnabled(false);
         setHeadset(false, false);
 
         QVERIFY(QMetaObject::invokeMethod(

@@ -125,7 +125,7 @@ void tst_bluezpower::usesNoStateOfTheRequest()
 {
     QFETCH(int, type);
     QFETCH(bool, platformAdapter);
-    FakePlatform::set(QStringLiteral("BluetoothAdapter/exists"), platformAdapter);
+    FakePlatform::setBluetoothAdapterPresent(platformAdapter);
     QScopedPointer<NfcAgentBluetoothRequest> request(newRequest(NfcAgentBluetoothRequest::Type(type)));
 
     BluezWarningLog log;

@@ -1,0 +1,3 @@
+#include "pcsclogging.h"
+
+Q_LOGGING_CATEGORY(lcPcsc, "nfcui.daemon.pcsc", QtInfoMsg)

@@ -1,0 +1,64 @@
+#ifndef NFCUI_BLUEZ_H
+#define NFCUI_BLUEZ_H
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusPendingCall>
+#include <QDBusPendingCallWatcher>
+#include <QDeadlineTimer>
+#include <QMap>
+#include <QString>
+#include <QVariant>
+
+// Names of the BlueZ 4 API and helpers shared by the Bluetooth classes.
+namespace Bluez {
+
+inline QString service() { return QStringLiteral("org.bluez"); }
+inline QString managerPath() { return QStringLiteral("/"); }
+inline QString agentInterface() { return QStringLiteral("org.bluez.Agent"); }
+inline QString audioInterface() { return QStringLiteral("org.bluez.Audio"); }
+inline QString headsetInterface() { return QStringLiteral("org.bluez.Headset"); }
+inline QString audioSinkInterface() { return QStringLiteral("org.bluez.AudioSink"); }
+
+inline QString errorAlreadyExists() { return QStringLiteral("org.bluez.Error.AlreadyExists"); }
+inline QString errorAuthenticationTimeout() { return QStringLiteral("org.bluez.Error.AuthenticationTimeout"); }
+inline QString errorRejected() { return QStringLiteral("org.bluez.Error.Rejected"); }
+inline QString errorDoesNotExist() { return QStringLiteral("org.bluez.Error.DoesNotExist"); }
+inline QString errorNoSuchAdapter() { return QStringLiteral("org.bluez.Error.NoSuchAdapter"); }
+inline QString errorInvalidArguments() { return QStringLiteral("org.bluez.Error.InvalidArguments"); }
+
+inline QDBusConnection systemBus() { return QDBusConnection::systemBus(); }
+
+// Whether a failed call says that the object or interface is not there at all, as opposed to a
+// failure of the operation itself.
+bool isMissingInterface(const QDBusError& error);
+
+// A property map as BlueZ sends it, with object paths as path strings and arrays as lists, so that it
+// can be kept in a BluetoothDevice and compared with plain values.
+QMap<QString, QVariant> plainProperties(const QMap<QString, QVariant>& properties);
+
+// The path of the default adapter, or an empty string. Calls in the time left by deadline; a BlueZ
+// without org.bluez.Manager (BlueZ 5) is reported once.
+QString defaultAdapterPath(const QDBusConnection& bus, const QDeadlineTimer& deadline);
+
+// The device object of address on the adapter, or an empty string.
+QString findDevicePath(const QDBusConnection& bus, const QString& adapterPath, const QString& address,
+                       const QDeadlineTimer& deadline);
+
+// The properties of the device object at path (with "Path"), or an empty map.
+QMap<QString, QVariant> deviceProperties(const QDBusConnection& bus, const QString& path,
+                                         const QDeadlineTimer& deadline);
+
+// Runs handler with the finished call, unless context is gone by then. The watcher belongs to no one
+// and deletes itself, so that context may be deleted inside handler.
+template<typename Handler>
+void onFinished(const QDBusPendingCall& call, const QObject* context, Handler handler)
+{
+    auto* watcher = new QDBusPendingCallWatcher(call);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, &QObject::deleteLater);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, handler);
+}
+
+} // namespace Bluez
+
+#endif

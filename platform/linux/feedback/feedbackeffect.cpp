@@ -1,0 +1,148 @@
+// Touch feedback on Linux. On phones feedbackd plays the event the way the user's profile says
+// (vibration, LED, sound); elsewhere the event's sound from the desktop's sound theme is played through
+// libcanberra; with neither, nothing is played. Every effect is also reported to UiIndications, so that
+// the dialog server can show it.
+#include "feedbackeffect.h"
+#include "feedbackeffect_p.h"
+#include "feedbackdproxy.h"
+#include "linuxlogging.h"
+#include "uiindications.h"
+
+#include <canberra.h>
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QMutex>
+#include <QMutexLocker>
+
+namespace {
+
+const char feedbackService[] = "org.sigxcpu.Feedback";
+const char feedbackPath[] = "/org/sigxcpu/Feedback";
+
+// One libcanberra context for the process, opened on the first sound. A context that cannot be opened
+// (no sound system) is not tried again until resetSound().
+class SoundPlayer
+{
+public:
+    ~SoundPlayer() { close(); }
+
+    void play(const QString& event)
+    {
+        QMutexLocker locker(&m_mutex);
+        if (!open())
+            return;
+        const QByteArray id = event.toUtf8();
+        const int result = ca_context_play(m_context, 0, CA_PROP_EVENT_ID, id.constData(), CA_PROP_EVENT_DESCRIPTION,
+                                           "NFC touch", nullptr);
+        if (result == CA_SUCCESS)
+            qCDebug(lcFeedback, "FeedbackEffect: %s through libcanberra", id.constData());
+        else
+            qCDebug(lcFeedback, "FeedbackEffect: no sound for %s: %s", id.constData(), ca_strerror(result));
+    }
+
+    void reset()
+    {
+        QMutexLocker locker(&m_mutex);
+        close();
+        m_failed = false;
+    }
+
+private:
+    bool open()
+    {
+        if (m_context)
+            return true;
+        if (m_failed)
+            return false;
+        const QByteArray application = ConnUi::FeedbackEffectPrivate::applicationId().toUtf8();
+        int result = ca_context_create(&m_context);
+        if (result == CA_SUCCESS) {
+            ca_context_change_props(m_context, CA_PROP_APPLICATION_NAME, application.constData(), CA_PROP_APPLICATION_ID,
+                                    application.constData(), nullptr);
+            result = ca_context_open(m_context);
+        }
+        if (result != CA_SUCCESS) {
+            qCDebug(lcFeedback, "FeedbackEffect: no feedback service and no sound: %s", ca_strerror(result));
+            close();
+            m_failed = true;
+            return false;
+        }
+        return true;
+    }
+
+    void close()
+    {
+        if (m_context)
+            ca_context_destroy(m_context);
+        m_context = nullptr;
+    }
+
+    QMutex m_mutex;
+    ca_context* m_context = nullptr;
+    bool m_failed = false;
+};
+
+Q_GLOBAL_STATIC(SoundPlayer, soundPlayer)
+
+bool feedbackdRuns(const QDBusConnection& bus)
+{
+    if (!bus.isConnected() || !bus.interface())
+        return false;
+    return bus.interface()->isServiceRegistered(QLatin1String(feedbackService)).value();
+}
+
+// Asks feedbackd for the event without waiting; should it refuse, the event's sound is played instead.
+void trigger(const QDBusConnection& bus, const QString& event)
+{
+    FeedbackdProxy feedbackd(QLatin1String(feedbackService), QLatin1String(feedbackPath), bus);
+    QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(
+        feedbackd.TriggerFeedback(ConnUi::FeedbackEffectPrivate::applicationId(), event, QVariantMap(), -1));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [event](QDBusPendingCallWatcher* call) {
+        const QDBusPendingReply<uint> reply = *call;
+        if (reply.isError()) {
+            qCDebug(lcFeedback, "FeedbackEffect: feedbackd refused %s: %s", qUtf8Printable(event),
+                    qUtf8Printable(reply.error().name()));
+            soundPlayer()->play(event);
+        }
+        call->deleteLater();
+    });
+    qCDebug(lcFeedback, "FeedbackEffect: %s through feedbackd", qUtf8Printable(event));
+}
+
+} // namespace
+
+namespace ConnUi {
+
+QString FeedbackEffectPrivate::applicationId()
+{
+    return QStringLiteral("nfc-ui");
+}
+
+QString FeedbackEffectPrivate::eventFor(const QString& effect)
+{
+    if (effect == QLatin1String("priority1_nfc_touch"))
+        return QStringLiteral("device-added");
+    return effect;
+}
+
+void FeedbackEffectPrivate::resetSound()
+{
+    soundPlayer()->reset();
+}
+
+void FeedbackEffect::play(const QString& name)
+{
+    UiIndications::indicate(QStringLiteral("feedback"), name);
+
+    const QString event = FeedbackEffectPrivate::eventFor(name);
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (feedbackdRuns(bus))
+        trigger(bus, event);
+    else
+        soundPlayer()->play(event);
+}
+
+} // namespace ConnUi

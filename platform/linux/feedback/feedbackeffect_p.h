@@ -1,0 +1,24 @@
+#ifndef CONNUI_FEEDBACKEFFECT_P_H
+#define CONNUI_FEEDBACKEFFECT_P_H
+
+#include <QString>
+
+namespace ConnUi {
+
+// The Linux feedback's choices, for its tests.
+class FeedbackEffectPrivate
+{
+public:
+    // The application id given to feedbackd and libcanberra.
+    static QString applicationId();
+    // The event (a name of the sound naming specification) that an effect plays: the NFC touch plays
+    // "device-added"; any other effect name is taken as an event name itself.
+    static QString eventFor(const QString& effect);
+    // Closes the sound context, so that the next sound opens libcanberra again with the environment of
+    // that moment (driver, sound theme).
+    static void resetSound();
+};
+
+} // namespace ConnUi
+
+#endif

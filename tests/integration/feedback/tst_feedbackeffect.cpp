@@ -1,0 +1,246 @@
+// FeedbackEffect on Linux: feedbackd when it runs on the session bus, the event sound through libcanberra
+// otherwise, nothing when neither is there; the effect is reported to UiIndications in every case.
+//
+// The sound goes through libcanberra's ALSA driver into ALSA's file plugin over its null device, so that
+// the test hears what would have been played: the samples of the "device-added" sound of a sound theme
+// the suite writes into its own XDG_DATA_HOME.
+#include <QDataStream>
+#include <QDir>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "feedbackeffect.h"
+#include "feedbackeffect_p.h"
+#include "phonemocks.h"
+#include "uiindications.h"
+
+using ConnUi::FeedbackEffect;
+using ConnUi::FeedbackEffectPrivate;
+
+namespace {
+
+const int soundFrames = 800;
+
+// A mono 16-bit WAV file of soundFrames frames.
+QByteArray wavSound()
+{
+    QByteArray samples;
+    QDataStream sampleStream(&samples, QIODevice::WriteOnly);
+    sampleStream.setByteOrder(QDataStream::LittleEndian);
+    for (int i = 0; i < soundFrames; ++i)
+        sampleStream << qint16((i % 40 - 20) * 500);
+
+    QByteArray wav;
+    QDataStream out(&wav, QIODevice::WriteOnly);
+    out.setByteOrder(QDataStream::LittleEndian);
+    out.writeRawData("RIFF", 4);
+    out << quint32(36 + samples.size());
+    out.writeRawData("WAVEfmt ", 8);
+    out << quint32(16) << quint16(1) << quint16(1) << quint32(8000) << quint32(16000) << quint16(2) << quint16(16);
+    out.writeRawData("data", 4);
+    out << quint32(samples.size());
+    out.writeRawData(samples.constData(), samples.size());
+    return wav;
+}
+
+bool writeFile(const QString& path, const QByteArray& contents)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(contents) == contents.size();
+}
+
+} // namespace
+
+class tst_FeedbackEffect : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void touchPlaysTheDeviceAddedEvent();
+    void otherEffectNamesAreEventNames();
+    void touchIsReportedAsIndication();
+    void touchTriggersFeedbackdWhenItRuns();
+    void feedbackdTriggerIsNotWaitedFor();
+    void feedbackdRefusalFallsBackToTheSound();
+    void touchPlaysTheEventSoundWithoutFeedbackd();
+    void touchIsSilentWithoutFeedbackdOrSound();
+    void soundSystemThatFailsIsNotTriedAgain();
+
+private:
+    QString soundOutput() const { return m_dir.filePath(QStringLiteral("sound.raw")); }
+    QStringList triggeredEvents() const;
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<MockService> m_feedbackd;
+};
+
+void tst_FeedbackEffect::initTestCase()
+{
+    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
+    QVERIFY(m_dir.isValid());
+
+    // A sound theme of the suite's own, and no other.
+    const QString data = m_dir.filePath(QStringLiteral("data"));
+    QVERIFY(writeFile(data + QStringLiteral("/sounds/freedesktop/index.theme"),
+                      "[Sound Theme]\nName=freedesktop\nDirectories=stereo\n\n[stereo]\nOutputProfile=stereo\n"));
+    QVERIFY(writeFile(data + QStringLiteral("/sounds/freedesktop/stereo/device-added.wav"), wavSound()));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(data));
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(m_dir.filePath(QStringLiteral("none"))));
+
+    // libcanberra over ALSA, whose default device writes the samples into a file and plays nothing.
+    const QString alsaConfig = m_dir.filePath(QStringLiteral("asound.conf"));
+    QVERIFY(writeFile(alsaConfig, QStringLiteral("pcm.!default { type file slave.pcm \"null\" file \"%1\" format \"raw\" }\n"
+                                                 "pcm.null { type null }\n")
+                                      .arg(soundOutput())
+                                      .toUtf8()));
+    qputenv("ALSA_CONFIG_PATH", QFile::encodeName(alsaConfig));
+    qputenv("CANBERRA_DRIVER", "alsa");
+
+    QLoggingCategory::setFilterRules(QStringLiteral("nfcui.linux.feedback.debug=true"));
+}
+
+void tst_FeedbackEffect::init()
+{
+    QFile::remove(soundOutput());
+    FeedbackEffectPrivate::resetSound();
+    qputenv("CANBERRA_DRIVER", "alsa");
+}
+
+void tst_FeedbackEffect::cleanup()
+{
+    m_feedbackd.reset();
+}
+
+QStringList tst_FeedbackEffect::triggeredEvents() const
+{
+    QStringList events;
+    for (const MockCall& call : m_feedbackd->calls(PhoneMocks::feedbackdPath())) {
+        if (call.method == QLatin1String("TriggerFeedback"))
+            events.append(call.args.value(1).toString());
+    }
+    return events;
+}
+
+void tst_FeedbackEffect::touchPlaysTheDeviceAddedEvent()
+{
+    QCOMPARE(FeedbackEffectPrivate::eventFor(QStringLiteral("priority1_nfc_touch")), QStringLiteral("device-added"));
+}
+
+void tst_FeedbackEffect::otherEffectNamesAreEventNames()
+{
+    QCOMPARE(FeedbackEffectPrivate::eventFor(QStringLiteral("message-new-instant")),
+             QStringLiteral("message-new-instant"));
+}
+
+void tst_FeedbackEffect::touchIsReportedAsIndication()
+{
+    qputenv("CANBERRA_DRIVER", "none-such");
+    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
+    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^FeedbackEffect: no feedback service and no sound")));
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QCOMPARE(indications.count(), 1);
+    QCOMPARE(indications.first(), QVariantList({QStringLiteral("feedback"), QStringLiteral("priority1_nfc_touch")}));
+}
+
+void tst_FeedbackEffect::touchTriggersFeedbackdWhenItRuns()
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    QVERIFY2(m_feedbackd->start(), qPrintable(m_feedbackd->lastError()));
+    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
+
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+
+    QTRY_COMPARE(m_feedbackd->calls(PhoneMocks::feedbackdPath()).size(), 1);
+    const MockCall call = m_feedbackd->calls(PhoneMocks::feedbackdPath()).first();
+    QCOMPARE(call.method, QStringLiteral("TriggerFeedback"));
+    QCOMPARE(call.args, QVariantList({QStringLiteral("nfc-ui"), QStringLiteral("device-added"), QVariantMap(), -1}));
+    QCOMPARE(indications.count(), 1);
+    // feedbackd plays the sound itself, if the user's profile has one.
+    QVERIFY(!QFile::exists(soundOutput()));
+}
+
+void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    QVERIFY2(m_feedbackd->start(), qPrintable(m_feedbackd->lastError()));
+    // A feedbackd that takes its time: play() returns long before it answers.
+    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
+                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
+                                    QStringLiteral("time.sleep(3); ret = dbus.UInt32(7)")),
+             qPrintable(m_feedbackd->lastError()));
+
+    QElapsedTimer timer;
+    timer.start();
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QVERIFY(timer.elapsed() < 1000);
+    QTRY_COMPARE(triggeredEvents(), QStringList({QStringLiteral("device-added")}));
+}
+
+void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    QVERIFY2(m_feedbackd->start(), qPrintable(m_feedbackd->lastError()));
+    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
+                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
+                                    QStringLiteral("raise dbus.exceptions.DBusException('no such event', "
+                                                   "name='org.freedesktop.DBus.Error.InvalidArgs')")),
+             qPrintable(m_feedbackd->lastError()));
+
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
+    QTest::ignoreMessage(QtDebugMsg,
+                         "FeedbackEffect: feedbackd refused device-added: org.freedesktop.DBus.Error.InvalidArgs");
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+}
+
+void tst_FeedbackEffect::touchPlaysTheEventSoundWithoutFeedbackd()
+{
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    // Every sample of the theme's device-added sound reached the sound device.
+    QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+}
+
+void tst_FeedbackEffect::touchIsSilentWithoutFeedbackdOrSound()
+{
+    qputenv("CANBERRA_DRIVER", "none-such");
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: no feedback service and no sound: No such driver");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTest::qWait(200);
+    QVERIFY(!QFile::exists(soundOutput()));
+}
+
+void tst_FeedbackEffect::soundSystemThatFailsIsNotTriedAgain()
+{
+    qputenv("CANBERRA_DRIVER", "none-such");
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: no feedback service and no sound: No such driver");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    // A second touch says nothing more (a message not ignored would still pass, so count them).
+    int messages = 0;
+    static int* counter = nullptr;
+    counter = &messages;
+    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString&) {
+        if (qstrcmp(context.category, "nfcui.linux.feedback") == 0)
+            ++*counter;
+    });
+    qputenv("CANBERRA_DRIVER", "alsa");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    qInstallMessageHandler(previous);
+    QCOMPARE(messages, 0);
+    QTest::qWait(200);
+    QVERIFY(!QFile::exists(soundOutput()));
+}
+
+QTEST_GUILESS_MAIN(tst_FeedbackEffect)
+
+#include "tst_feedbackeffect.moc"

@@ -1,0 +1,187 @@
+// scripts/with-private-buses and scripts/isolated: the buses and temporary directories of a run go
+// away with it however it ends: a normal exit, a crash of the command, a termination, or the
+// script killed outright as a test timeout does.
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <signal.h>
+#include <sys/types.h>
+
+namespace {
+
+const QString scriptsDir = QStringLiteral(NFCUI_SCRIPTS_DIR);
+
+// Alive and not a zombie waiting to be reaped (a container's first process may never reap it).
+bool isRunning(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray line = stat.readAll();
+    const int end = line.lastIndexOf(')');
+    return end > 0 && line.size() > end + 2 && line.at(end + 2) != 'Z' && line.at(end + 2) != 'X';
+}
+
+bool allGone(const QList<qint64>& pids, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    for (;;) {
+        bool any = false;
+        for (qint64 pid : pids)
+            any = any || isRunning(pid);
+        if (!any)
+            return true;
+        if (timer.elapsed() > timeoutMs)
+            return false;
+        QTest::qSleep(20);
+    }
+}
+
+} // namespace
+
+class tst_PrivateBuses : public QObject
+{
+    Q_OBJECT
+
+private:
+    // Starts the script with a command that prints the bus daemons' ids, its own id and its
+    // temporary directory, then runs tail (the command's rest). Fills in what was printed.
+    bool startScript(QProcess& process, const QString& script, const QString& tail, QList<qint64>* busPids,
+                     qint64* commandPid)
+    {
+        const QString command = QStringLiteral("echo \"$NFCUI_PRIVATE_BUS_PIDS\"; echo $$; ") + tail;
+        process.setProgram(scriptsDir + QLatin1Char('/') + script);
+        process.setArguments({QStringLiteral("sh"), QStringLiteral("-c"), command});
+        // Each run outside the caller's own isolation, so that isolated sets up its own.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(QStringLiteral("NFCUI_ISOLATED"));
+        environment.insert(QStringLiteral("TMPDIR"), m_tmp.path());
+        process.setProcessEnvironment(environment);
+        process.start();
+        if (!process.waitForStarted(5000))
+            return false;
+        QByteArray out;
+        while (out.count('\n') < 2) {
+            if (!process.waitForReadyRead(10000))
+                return false;
+            out += process.readAllStandardOutput();
+        }
+        const QList<QByteArray> lines = out.split('\n');
+        for (const QByteArray& pid : lines.at(0).split(' ')) {
+            if (!pid.isEmpty())
+                busPids->append(pid.toLongLong());
+        }
+        *commandPid = lines.at(1).toLongLong();
+        return busPids->size() == 2 && *commandPid > 0;
+    }
+
+    QStringList leftovers() const
+    {
+        return QDir(m_tmp.path()).entryList({QStringLiteral("nfcui-*")}, QDir::Dirs | QDir::NoDotAndDotDot);
+    }
+
+    QTemporaryDir m_tmp;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY2(m_tmp.isValid(), "no temporary directory");
+        QVERIFY2(QFileInfo(scriptsDir + QStringLiteral("/with-private-buses")).isExecutable(),
+                 "scripts/with-private-buses is missing");
+    }
+
+    void init()
+    {
+        for (const QString& dir : leftovers())
+            QDir(m_tmp.path() + QLatin1Char('/') + dir).removeRecursively();
+    }
+
+    void commandExitStopsTheBusesAndPassesItsStatusOn()
+    {
+        QProcess process;
+        QList<qint64> buses;
+        qint64 command = 0;
+        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("read line; exit 3"),
+                            &buses, &command));
+        QVERIFY(isRunning(buses.at(0)) && isRunning(buses.at(1)));
+        process.write("go\n");
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(process.exitCode(), 3);
+        QVERIFY(allGone(buses, 5000));
+        QVERIFY(leftovers().isEmpty());
+    }
+
+    void crashedCommandStopsTheBuses()
+    {
+        QProcess process;
+        QList<qint64> buses;
+        qint64 command = 0;
+        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("kill -SEGV $$"),
+                            &buses, &command));
+        QVERIFY(process.waitForFinished(10000));
+        QCOMPARE(process.exitCode(), 128 + SIGSEGV);
+        QVERIFY(allGone(buses, 5000));
+        QVERIFY(leftovers().isEmpty());
+    }
+
+    void terminatedScriptStopsItsCommandAndBusesAtOnce()
+    {
+        QProcess process;
+        QList<qint64> buses;
+        qint64 command = 0;
+        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("exec sleep 600"),
+                            &buses, &command));
+        process.terminate();
+        QVERIFY2(process.waitForFinished(5000), "the script waited for its command instead of ending");
+        QVERIFY(allGone(buses << command, 5000));
+        QVERIFY(leftovers().isEmpty());
+    }
+
+    void killedScriptTakesItsBusesAlong()
+    {
+        QProcess process;
+        QList<qint64> buses;
+        qint64 command = 0;
+        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("exec sleep 600"),
+                            &buses, &command));
+        process.kill(); // SIGKILL: no trap runs, as when a test runner's timeout strikes
+        QVERIFY(process.waitForFinished(5000));
+        const bool gone = allGone(buses, 5000);
+        ::kill(pid_t(command), SIGKILL);
+        QVERIFY2(gone, "a bus daemon outlived its script");
+    }
+
+    void killedIsolatedRunTakesItsBusesAlongAndItsDirectoriesGoNextRun()
+    {
+        QProcess process;
+        QList<qint64> buses;
+        qint64 command = 0;
+        QVERIFY(startScript(process, QStringLiteral("isolated"), QStringLiteral("exec sleep 600"), &buses,
+                            &command));
+        QCOMPARE(leftovers().size(), 2); // the buses' directory and the test's home
+        process.kill();
+        QVERIFY(process.waitForFinished(5000));
+        const bool gone = allGone(buses, 5000);
+        ::kill(pid_t(command), SIGKILL);
+        QVERIFY2(gone, "a bus daemon outlived its script");
+        QVERIFY(allGone({command}, 5000));
+
+        QProcess next;
+        QList<qint64> nextBuses;
+        qint64 nextCommand = 0;
+        QVERIFY(startScript(next, QStringLiteral("isolated"), QStringLiteral("exit 0"), &nextBuses, &nextCommand));
+        QVERIFY(next.waitForFinished(10000));
+        QCOMPARE(next.exitCode(), 0);
+        QVERIFY(allGone(nextBuses, 5000));
+        QVERIFY2(leftovers().isEmpty(), qPrintable(leftovers().join(QLatin1Char(' '))));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_PrivateBuses)
+#include "tst_privatebuses.moc"
