@@ -5,9 +5,15 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QPointer>
+#include <QSaveFile>
 #include <QTemporaryFile>
-#include <QTimer>
+#include <QBasicTimer>
+#include <QDeadlineTimer>
+#include <QTimerEvent>
 #include <QUrl>
+
+#include <deque>
 
 #include "contactexporter.h"
 #include "ndefrecord.h"
@@ -82,6 +88,62 @@ QString utf16(const QByteArray& bytes, int from, bool bigEndian, bool keepOddByt
     return text;
 }
 
+// The data files of handlers that are gone, each removed when its delay has passed. One timer serves
+// them all, armed for the oldest. Whatever is still pending when the plugin is destroyed, or when the
+// process ends or unloads the library, is removed then: a file must never outlive the dialog server.
+class PendingDataFiles : public QObject
+{
+public:
+    static PendingDataFiles& instance()
+    {
+        static PendingDataFiles pending;
+        return pending;
+    }
+
+    void add(QTemporaryFile* file)
+    {
+        m_files.push_back(Pending{QPointer<QTemporaryFile>(file), QDeadlineTimer(dataFileRemovalDelay)});
+        if (!m_timer.isActive())
+            m_timer.start(dataFileRemovalDelay, this);
+    }
+
+    void removeAll()
+    {
+        m_timer.stop();
+        for (const Pending& pending : m_files)
+            delete pending.file.data();
+        m_files.clear();
+    }
+
+protected:
+    void timerEvent(QTimerEvent* event) override
+    {
+        if (event->timerId() != m_timer.timerId())
+            return;
+        m_timer.stop();
+        while (!m_files.empty() && m_files.front().removal.hasExpired()) {
+            delete m_files.front().file.data();
+            m_files.pop_front();
+        }
+        if (!m_files.empty())
+            m_timer.start(int(m_files.front().removal.remainingTime()), this);
+    }
+
+private:
+    PendingDataFiles() = default;
+    ~PendingDataFiles() override { removeAll(); }
+
+    struct Pending
+    {
+        // Guarded: whoever else deletes a file early removes it sooner, nothing more.
+        QPointer<QTemporaryFile> file;
+        QDeadlineTimer removal;
+    };
+    // Added in order of their deadlines, since every delay is the same.
+    std::deque<Pending> m_files;
+    QBasicTimer m_timer;
+};
+
 } // namespace
 
 namespace ConnUi {
@@ -110,8 +172,13 @@ NdefRecordHandler::~NdefRecordHandler()
 {
     // The application launched on the data file may not have opened it yet.
     if (d->dataFile)
-        QTimer::singleShot(dataFileRemovalDelay, d->dataFile, SLOT(deleteLater()));
+        PendingDataFiles::instance().add(d->dataFile);
     delete d;
+}
+
+void NdefRecordHandler::removePendingDataFiles()
+{
+    PendingDataFiles::instance().removeAll();
 }
 
 const NDEFRecord* NdefRecordHandler::record() const
@@ -254,7 +321,11 @@ void NdefRecordHandler::setDefaultApplication(const QString& application)
         return;
     // Reloaded first so that choices saved by other handlers in the meantime are kept.
     d->loadDefaultApplicationDatabase();
-    d->defaultApplicationDatabase.insert(d->recordType(), application);
+    const QString key = d->recordType();
+    // A choice the file already holds is not written again.
+    if (d->databaseHolds(key, application))
+        return;
+    d->defaultApplicationDatabase.insert(key, application);
     d->saveDefaultApplicationDatabase();
 }
 
@@ -266,6 +337,7 @@ NdefRecordHandlerPrivate::NdefRecordHandlerPrivate(const NDEFRecord* record)
     , supported(false)
     , record(record)
     , dataFile(nullptr)
+    , databaseFileLoaded(false)
 {
 }
 
@@ -501,6 +573,8 @@ void NdefRecordHandlerPrivate::createContentActionsForExternalType(const QString
 // strings of each pair, written in the reverse of the table's iteration order.
 void NdefRecordHandlerPrivate::loadDefaultApplicationDatabase() const
 {
+    databaseFileBytes.clear();
+    databaseFileLoaded = false;
     const QFileInfo info(databaseFilePath);
     if (!info.exists())
         return;
@@ -510,31 +584,61 @@ void NdefRecordHandlerPrivate::loadDefaultApplicationDatabase() const
         qWarning("NdefRecordHandler: Unable to read %s", databaseFilePath.toLocal8Bit().constData());
         return;
     }
-    QDataStream stream(&file);
+    // One read of the whole (small) file; the bytes are kept so that a save can tell whether
+    // anything would change.
+    databaseFileBytes = file.readAll();
+    const bool wholeFile = file.error() == QFileDevice::NoError;
+    file.close();
+    QDataStream stream(databaseFileBytes);
     stream.setVersion(QDataStream::Qt_4_6);
     // Replaces the table. Every pair is added, a later one hiding an earlier one of the same key;
     // a damaged or short file leaves the table empty.
     stream >> defaultApplicationDatabase;
-    file.flush();
-    file.close();
+    databaseFileLoaded = wholeFile;
+}
+
+bool NdefRecordHandlerPrivate::databaseHolds(const QString& key, const QString& application) const
+{
+    if (!databaseFileLoaded)
+        return false;
+    const auto it = defaultApplicationDatabase.constFind(key);
+    return it != defaultApplicationDatabase.constEnd() && it.value() == application
+        && it.value().isNull() == application.isNull();
 }
 
 void NdefRecordHandlerPrivate::saveDefaultApplicationDatabase()
 {
+    QByteArray bytes;
+    {
+        QDataStream stream(&bytes, QIODevice::WriteOnly);
+        stream.setVersion(QDataStream::Qt_4_6);
+        stream << defaultApplicationDatabase;
+    }
+    // Nothing to do when the file already holds exactly these bytes.
+    if (databaseFileLoaded && bytes == databaseFileBytes)
+        return;
+
     const QFileInfo info(databaseFilePath);
     if (!info.exists())
         QDir().mkpath(info.absolutePath());
 
-    QFile file(info.absoluteFilePath());
+    // The new contents go to a file beside the old one, which is renamed over it only once they are
+    // all written: a crash, a full disk or a size limit leaves the previous file as it was. Where no
+    // new file can be made beside it (a read-only directory with a writable file), the file is
+    // written in place as before.
+    QSaveFile file(info.absoluteFilePath());
+    file.setDirectWriteFallback(true);
     if (!file.open(QIODevice::WriteOnly)) {
         qWarning("NdefRecordHandler: Unable to write %s", databaseFilePath.toLocal8Bit().constData());
         return;
     }
-    QDataStream stream(&file);
-    stream.setVersion(QDataStream::Qt_4_6);
-    stream << defaultApplicationDatabase;
-    file.flush();
-    file.close();
+    // A short write shows up at the flush; commit() alone would rename a cut-short file in place.
+    if (file.write(bytes) != bytes.size() || !file.flush())
+        file.cancelWriting();
+    if (file.commit()) {
+        databaseFileBytes = bytes;
+        databaseFileLoaded = true;
+    }
 }
 
 // ---------------------------------------------------------------------------------------------------
@@ -553,8 +657,21 @@ bool NdefRecordHandlerPrivate::saveRecordData()
         dataFile = nullptr;
         return false;
     }
-    dataFile->write(record->getPayload());
+    // A payload cut short by a full file system would be handed to an application as if whole: it
+    // fails the save like a file that cannot be made.
+    const QByteArray payload = record->getPayload();
+    const bool written = dataFile->write(payload) == payload.size() && dataFile->flush();
+    // A closed temporary file still holds its descriptor. Giving the object its own name again
+    // drops the descriptor, while the file stays on disk under that name and is still removed
+    // with the object.
     dataFile->close();
+    dataFile->setFileName(dataFile->fileName());
+    if (!written) {
+        qWarning("temp file writting failed - handling mime tag. ");
+        delete dataFile;
+        dataFile = nullptr;
+        return false;
+    }
 
     if (typeName.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive)) {
         QString name;

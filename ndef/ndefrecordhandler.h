@@ -45,6 +45,9 @@ public:
     QString defaultApplication() const;
     void setDefaultApplication(const QString& application);
 
+    // Removes at once the data files of handlers already gone, whose removal is still pending.
+    static void removePendingDataFiles();
+
 private:
     Q_DISABLE_COPY(NdefRecordHandler)
     NdefRecordHandlerPrivate* const d;

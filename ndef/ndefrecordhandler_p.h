@@ -1,6 +1,7 @@
 #ifndef NDEFRECORDHANDLER_P_H
 #define NDEFRECORDHANDLER_P_H
 
+#include <QByteArray>
 #include <QHash>
 #include <QList>
 #include <QString>
@@ -46,7 +47,10 @@ public:
 
     // The default application database file, read before every lookup and update.
     void loadDefaultApplicationDatabase() const;
+    // Written only when its bytes change, and then replaced whole.
     void saveDefaultApplicationDatabase();
+    // The table was just read from the file and maps key to application already.
+    bool databaseHolds(const QString& key, const QString& application) const;
 
     // Writes the payload of a MIME record to the data file (once) and checks a contact card.
     bool saveRecordData();
@@ -58,6 +62,10 @@ public:
     QTemporaryFile* dataFile;
     mutable QHash<QString, QString> defaultApplicationDatabase;
     QString defaultApplicationKey;
+    // The bytes of the file as last read or written, and whether they are the file's whole
+    // contents (false when it was missing or could not be read).
+    mutable QByteArray databaseFileBytes;
+    mutable bool databaseFileLoaded;
 
     // "~/.nfc/defaulttaghandlers", with the platform's separator.
     static const QString databaseFilePath;

@@ -14,6 +14,7 @@
 #include "nfcagentbluetoothrequest.h"
 #include "nfcagentsharingrequest.h"
 #include "nfcagenttagreadrequest.h"
+#include "ndefrecordhandler.h"
 #include "nfcoverlay.h"
 #include "nfctagnotsupporteddialog.h"
 
@@ -67,6 +68,9 @@ void NfcAgentDialogPlugin::destroy()
     }
     delete d_ptr;
     d_ptr = nullptr;
+    // The record data files of the requests just deleted do not wait for an event loop that may
+    // not run again.
+    NdefRecordHandler::removePendingDataFiles();
 }
 
 bool NfcAgentDialogPlugin::isInitialized() const

@@ -13,6 +13,9 @@ namespace {
 
 // How long to wait before trying pcscd again when it is not there.
 constexpr int RetryInterval = 500;
+// A tag that was on a reader when pcscd went away and is found there again this soon after pcscd is back
+// lay there all along (pcscd and the reader may take a moment to see it again): it is not a new touch.
+constexpr qint64 RestartGrace = 3000;
 // SCardGetStatusChange wakes up this often even without a change, so that a stop() that came just
 // before it started waiting is seen.
 constexpr DWORD PollTimeout = 1000;
@@ -91,6 +94,7 @@ bool PcscWatcher::connectToService()
     m_waitingLogged = false;
     m_refresh = true;
     m_pnpState = SCARD_STATE_UNAWARE;
+    m_connectedTimer.start();
     qCInfo(lcPcsc) << "Connected to pcscd";
     Q_EMIT serviceChanged(true);
     return true;
@@ -196,6 +200,12 @@ void PcscWatcher::watchOnce()
     for (size_t i = 0; i < m_readers.size() && !m_stopping; ++i) {
         Reader& reader = m_readers[i];
         const DWORD event = states[i].dwEventState;
+        if (event & SCARD_STATE_CHANGED) {
+            qCDebug(lcPcsc).noquote() << QStringLiteral("%1: state %2, event %3")
+                                             .arg(reader.name)
+                                             .arg(event & 0xFFFF, 4, 16, QLatin1Char('0'))
+                                             .arg(event >> 16);
+        }
         reader.state = event & ~DWORD(SCARD_STATE_CHANGED);
         if (event & (SCARD_STATE_UNKNOWN | SCARD_STATE_IGNORE)) {
             m_refresh = true;
@@ -209,7 +219,6 @@ void PcscWatcher::watchOnce()
             reader.handled = false;
             reader.sharingLogged = false;
             reader.lastUid.clear();
-            reader.uidBeforeRestart.clear();
         }
     }
 }
@@ -265,7 +274,8 @@ void PcscWatcher::cardPresent(Reader& reader, DWORD eventState, const QByteArray
     {
         PcscCard card(handle, protocol, reader.name);
         if (TagReader::readUid(card, result)) {
-            if (!reader.uidBeforeRestart.isEmpty() && result.uid == reader.uidBeforeRestart) {
+            if (!reader.uidBeforeRestart.isEmpty() && result.uid == reader.uidBeforeRestart
+                && m_connectedTimer.elapsed() < RestartGrace) {
                 qCInfo(lcPcsc).noquote()
                     << QStringLiteral("%1: tag %2 has stayed on the reader while pcscd restarted; not delivered again")
                            .arg(reader.name, uidText(result.uid));

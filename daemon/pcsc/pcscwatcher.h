@@ -2,6 +2,7 @@
 #define NFCUI_PCSCWATCHER_H
 
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QMutex>
 #include <QObject>
@@ -51,7 +52,7 @@ private:
         DWORD handledEvents = 0;           // pcscd's card event count at that read
         bool sharingLogged = false;        // "held by another program" was logged for this presence
         QByteArray lastUid;                // the UID of the card now present, once read
-        QByteArray uidBeforeRestart;       // the card that lay here when pcscd went away
+        QByteArray uidBeforeRestart;       // the card that lay here when pcscd went away, until one is read
     };
 
     bool connectToService();
@@ -72,6 +73,7 @@ private:
     DWORD m_pnpState = SCARD_STATE_UNAWARE;
     std::vector<Reader> m_readers;
     QHash<QString, QByteArray> m_uidsBeforeRestart;
+    QElapsedTimer m_connectedTimer; // since the last connection to pcscd
 };
 
 #endif

@@ -2,25 +2,25 @@
 #define NFCUI_BLUEZMOCK_H
 
 #include <QList>
-#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
 #include <QVariantList>
 #include <QVariantMap>
 
+#include <memory>
+
+#include "mockservice.h"
+
 // The BlueZ 4 mock (tests/mocks/bluez4.py, a python-dbusmock template) as a test sees it: a process
 // that owns "org.bluez" on the system bus of the test, which scripts/isolated makes private.
 //
-// start() launches Debian's /usr/bin/python3 -m dbusmock with the template and returns once the mock
-// answers; stop() ends it and returns once the name is gone. The other members drive the mock's test
-// controls (org.bluez.Mock) and read its call log (org.freedesktop.DBus.Mock).
+// A MockService of the template: start() returns once the mock answers, stop() once the name is gone.
+// The other members drive the mock's test controls (org.bluez.Mock) and read its call log
+// (org.freedesktop.DBus.Mock).
 class BluezMock {
 public:
-    struct Call {
-        QString method;
-        QVariantList args; // bus variants already unwrapped
-    };
+    using Call = MockCall; // bus variants already unwrapped
 
     BluezMock();
     ~BluezMock();
@@ -62,9 +62,9 @@ public:
 private:
     Q_DISABLE_COPY(BluezMock)
     bool control(const QString& method, const QVariantList& args);
-    bool waitForName(bool present, int timeoutMs) const;
+    bool keepError(bool ok) const;
 
-    QProcess* m_process;
+    std::unique_ptr<MockService> m_service;
     QVariantMap m_parameters;
     mutable QString m_lastError;
 };

@@ -1,136 +1,61 @@
 #include "notesmock.h"
 
-#include <QDBusArgument>
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusVariant>
-#include <QElapsedTimer>
 #include <QMutexLocker>
-#include <QProcess>
 #include <QThread>
 #include <QVariant>
 
 #include <cstdio>
 
+#include "mockservice.h"
+
 namespace {
-const char notesService[] = "com.orvan.Notes";
-const char mockInterface[] = "org.freedesktop.DBus.Mock";
-const char notesMockInterface[] = "com.orvan.Notes.Mock";
-const int startTimeoutMs = 15000;
-const int stopTimeoutMs = 5000;
-
-bool serviceRegistered()
-{
-    QDBusConnectionInterface* bus = QDBusConnection::sessionBus().interface();
-    return bus && bus->isServiceRegistered(QLatin1String(notesService)).value();
-}
-
-QStringList toStringList(const QVariant& value)
-{
-    if (value.userType() == qMetaTypeId<QDBusArgument>()) {
-        QStringList list;
-        value.value<QDBusArgument>() >> list;
-        return list;
-    }
-    if (value.userType() == qMetaTypeId<QDBusVariant>())
-        return toStringList(value.value<QDBusVariant>().variant());
-    return value.toStringList();
-}
+const QString notesService = QStringLiteral("com.orvan.Notes");
+const QString notesMockInterface = QStringLiteral("com.orvan.Notes.Mock");
 } // namespace
 
 NotesMock::NotesMock()
-    : m_process(nullptr)
+    : m_service(new MockService(MockService::projectTemplate(QStringLiteral("notes.py")), MockService::SessionBus,
+                                notesService))
 {
 }
 
-NotesMock::~NotesMock()
-{
-    stop();
-}
+NotesMock::~NotesMock() = default;
 
 bool NotesMock::start()
 {
-    if (isRunning())
-        return true;
-    m_process = new QProcess;
-    m_process->setStandardOutputFile(QProcess::nullDevice());
-    m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    // Debian's interpreter, where python-dbusmock is installed; not whatever python3 comes first on PATH.
-    m_process->start(QStringLiteral("/usr/bin/python3"),
-                     {QStringLiteral("-m"), QStringLiteral("dbusmock"), QStringLiteral("--template"),
-                      QStringLiteral(NFCUI_MOCKS_DIR "/notes.py")});
-    if (!m_process->waitForStarted(startTimeoutMs)) {
-        stop();
-        return false;
-    }
-    QElapsedTimer timer;
-    timer.start();
-    while (!serviceRegistered()) {
-        if (m_process->state() != QProcess::Running || timer.elapsed() > startTimeoutMs) {
-            stop();
-            return false;
-        }
-        QThread::msleep(20);
-    }
-    return true;
+    return isRunning() || m_service->start();
 }
 
 void NotesMock::stop()
 {
-    if (!m_process)
-        return;
-    if (m_process->state() != QProcess::NotRunning) {
-        m_process->terminate();
-        if (!m_process->waitForFinished(stopTimeoutMs)) {
-            m_process->kill();
-            m_process->waitForFinished(stopTimeoutMs);
-        }
-    }
-    delete m_process;
-    m_process = nullptr;
-    QElapsedTimer timer;
-    timer.start();
-    while (serviceRegistered() && timer.elapsed() < stopTimeoutMs)
-        QThread::msleep(20);
+    m_service->stop();
 }
 
 bool NotesMock::isRunning() const
 {
-    return m_process && m_process->state() == QProcess::Running;
+    return m_service->isRunning();
 }
 
-// GetCalls answers a(tsav): a time stamp, the method name and its arguments, per call.
+QString NotesMock::lastError() const
+{
+    return m_service->lastError();
+}
+
 QList<QStringList> NotesMock::openNoteCalls() const
 {
     QList<QStringList> result;
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
-        QLatin1String(notesService), QStringLiteral("/"), QLatin1String(mockInterface), QStringLiteral("GetCalls")));
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return result;
-    const QDBusArgument calls = reply.arguments().first().value<QDBusArgument>();
-    calls.beginArray();
-    while (!calls.atEnd()) {
-        quint64 timestamp = 0;
-        QString method;
-        QVariantList args;
-        calls.beginStructure();
-        calls >> timestamp >> method >> args;
-        calls.endStructure();
-        if (method == QLatin1String("openNote"))
-            result.append(args.isEmpty() ? QStringList() : toStringList(args.first()));
+    for (const MockCall& call : m_service->calls(QStringLiteral("/"))) {
+        if (call.method == QLatin1String("openNote"))
+            result.append(call.args.isEmpty() ? QStringList() : call.args.first().toStringList());
     }
-    calls.endArray();
     return result;
 }
 
 bool NotesMock::setOpenNoteError(const QString& name, const QString& message)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(notesService), QStringLiteral("/"),
-                                                       QLatin1String(notesMockInterface),
-                                                       QStringLiteral("SetOpenNoteError"));
-    call << name << message;
-    return QDBusConnection::sessionBus().call(call).type() == QDBusMessage::ReplyMessage;
+    return m_service->control(QStringLiteral("/"), notesMockInterface, QStringLiteral("SetOpenNoteError"),
+                              {name, message});
 }
 
 NotesWarningLog* NotesWarningLog::s_current = nullptr;

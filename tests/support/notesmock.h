@@ -8,7 +8,9 @@
 #include <QVector>
 #include <QtGlobal>
 
-class QProcess;
+#include <memory>
+
+class MockService;
 class QThread;
 
 // The notes application on the test's private session bus: tests/mocks/notes.py run by Debian's
@@ -19,11 +21,13 @@ public:
     NotesMock();
     ~NotesMock(); // stops the mock if it runs
 
-    // Starts the mock and waits until it owns its bus name. False when it did not come up.
+    // Starts the mock (unless it runs) and waits until it answers. False when it did not come up, with
+    // the reason in lastError().
     bool start();
     // Stops the mock and waits until its bus name is gone.
     void stop();
     bool isRunning() const;
+    QString lastError() const;
 
     // The argument of every "openNote" call the mock received, in order (empty when it cannot be asked).
     QList<QStringList> openNoteCalls() const;
@@ -32,7 +36,7 @@ public:
 
 private:
     Q_DISABLE_COPY(NotesMock)
-    QProcess* m_process;
+    std::unique_ptr<MockService> m_service;
 };
 
 // Records every warning logged, from any thread, while it lives, and passes each one on to the

@@ -78,7 +78,8 @@ BluetoothAdapter* platformAdapter()
 
 } // namespace
 
-class tst_nfcagentbluetoothrequest : public QObject {
+class tst_NfcAgentBluetoothRequest : public QObject
+{
     Q_OBJECT
 
 private Q_SLOTS:
@@ -183,7 +184,7 @@ private:
     QList<QPointer<NfcAgentBluetoothRequest>> created;
 };
 
-NfcAgentBluetoothRequest* tst_nfcagentbluetoothrequest::newRequest(int type, const QString& address)
+NfcAgentBluetoothRequest* tst_NfcAgentBluetoothRequest::newRequest(int type, const QString& address)
 {
     NfcAgentBluetoothRequest* request = new NfcAgentBluetoothRequest(
         NfcAgentBluetoothRequest::Type(type), server, QDBusObjectPath(targetPath), address, daemonName, headsetClass);
@@ -192,7 +193,7 @@ NfcAgentBluetoothRequest* tst_nfcagentbluetoothrequest::newRequest(int type, con
 }
 
 // The adapter got exactly one SetProperty("Powered", variant true) from BlueZ's point of view.
-bool tst_nfcagentbluetoothrequest::keepPowerOk() const
+bool tst_NfcAgentBluetoothRequest::keepPowerOk() const
 {
     const QList<BluezMock::Call> calls = bluez.calls(BluezMock::adapterPath());
     return calls.size() == 1 && calls.at(0).method == QLatin1String("SetProperty")
@@ -200,21 +201,21 @@ bool tst_nfcagentbluetoothrequest::keepPowerOk() const
            && bluez.signatures(QStringLiteral("SetProperty")) == QStringList {QStringLiteral("sv")};
 }
 
-void tst_nfcagentbluetoothrequest::initTestCase()
+void tst_NfcAgentBluetoothRequest::initTestCase()
 {
     QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     QVERIFY2(bluez.start(), qPrintable(bluez.lastError()));
     QVERIFY(texts.install());
 }
 
-void tst_nfcagentbluetoothrequest::init()
+void tst_NfcAgentBluetoothRequest::init()
 {
     FakePlatform::reset();
     QVERIFY2(bluez.reset(), qPrintable(bluez.lastError()));
     server = new FakeDialogServer;
 }
 
-void tst_nfcagentbluetoothrequest::cleanup()
+void tst_NfcAgentBluetoothRequest::cleanup()
 {
     for (const QPointer<NfcAgentBluetoothRequest>& request : created)
         delete request.data();
@@ -224,7 +225,7 @@ void tst_nfcagentbluetoothrequest::cleanup()
     server = nullptr;
 }
 
-void tst_nfcagentbluetoothrequest::cleanupTestCase()
+void tst_NfcAgentBluetoothRequest::cleanupTestCase()
 {
     texts.uninstall();
     bluez.stop();
@@ -233,7 +234,7 @@ void tst_nfcagentbluetoothrequest::cleanupTestCase()
 // ---------------------------------------------------------------------------------------------------
 // Construction and accessors
 
-void tst_nfcagentbluetoothrequest::constructionTakesOnlyTheDefaultAdapter()
+void tst_NfcAgentBluetoothRequest::constructionTakesOnlyTheDefaultAdapter()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -244,7 +245,7 @@ void tst_nfcagentbluetoothrequest::constructionTakesOnlyTheDefaultAdapter()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::constructionWithoutPlatformAdapterIsAllowed()
+void tst_NfcAgentBluetoothRequest::constructionWithoutPlatformAdapterIsAllowed()
 {
     FakePlatform::setBluetoothAdapterPresent(false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
@@ -252,7 +253,7 @@ void tst_nfcagentbluetoothrequest::constructionWithoutPlatformAdapterIsAllowed()
     QCOMPARE(FakePlatform::objects<BluetoothAdapter>().size(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::accessorsReadBackWhatWasGiven()
+void tst_NfcAgentBluetoothRequest::accessorsReadBackWhatWasGiven()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Disconnect);
     QCOMPARE(request->type(), NfcAgentBluetoothRequest::Disconnect);
@@ -265,7 +266,7 @@ void tst_nfcagentbluetoothrequest::accessorsReadBackWhatWasGiven()
     QVERIFY(request->pinCode().isEmpty());
 }
 
-void tst_nfcagentbluetoothrequest::propertiesAndTypeKeys()
+void tst_NfcAgentBluetoothRequest::propertiesAndTypeKeys()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
 
@@ -288,7 +289,7 @@ void tst_nfcagentbluetoothrequest::propertiesAndTypeKeys()
 // ---------------------------------------------------------------------------------------------------
 // start()
 
-void tst_nfcagentbluetoothrequest::startFailsWithoutValidAdapter_data()
+void tst_NfcAgentBluetoothRequest::startFailsWithoutValidAdapter_data()
 {
     QTest::addColumn<bool>("exists");
     QTest::addColumn<int>("type");
@@ -300,7 +301,7 @@ void tst_nfcagentbluetoothrequest::startFailsWithoutValidAdapter_data()
     QTest::newRow("invalid adapter, disconnect") << true << int(NfcAgentBluetoothRequest::Disconnect);
 }
 
-void tst_nfcagentbluetoothrequest::startFailsWithoutValidAdapter()
+void tst_NfcAgentBluetoothRequest::startFailsWithoutValidAdapter()
 {
     QFETCH(bool, exists);
     QFETCH(int, type);
@@ -321,7 +322,7 @@ void tst_nfcagentbluetoothrequest::startFailsWithoutValidAdapter()
     QVERIFY(server->shownDialogs().isEmpty());
 }
 
-void tst_nfcagentbluetoothrequest::pairingAsksTheUserWhenConfirmationIsOn()
+void tst_NfcAgentBluetoothRequest::pairingAsksTheUserWhenConfirmationIsOn()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -346,14 +347,14 @@ void tst_nfcagentbluetoothrequest::pairingAsksTheUserWhenConfirmationIsOn()
     QCOMPARE(outcome.dialogShown.count(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::pairingSkipsTheDialogWhenConfirmationIsOffAndUnlocked_data()
+void tst_NfcAgentBluetoothRequest::pairingSkipsTheDialogWhenConfirmationIsOffAndUnlocked_data()
 {
     QTest::addColumn<int>("lockStatus");
     QTest::newRow("not locked") << 0;
     QTest::newRow("touch and keyboard locked only") << 2;
 }
 
-void tst_nfcagentbluetoothrequest::pairingSkipsTheDialogWhenConfirmationIsOffAndUnlocked()
+void tst_NfcAgentBluetoothRequest::pairingSkipsTheDialogWhenConfirmationIsOffAndUnlocked()
 {
     QFETCH(int, lockStatus);
     FakePlatform::setConfirmationEnabled(false);
@@ -380,14 +381,14 @@ void tst_nfcagentbluetoothrequest::pairingSkipsTheDialogWhenConfirmationIsOffAnd
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::pairingAsksTheUserWhenPinLocked_data()
+void tst_NfcAgentBluetoothRequest::pairingAsksTheUserWhenPinLocked_data()
 {
     QTest::addColumn<int>("lockStatus");
     QTest::newRow("PIN locked") << 1;
     QTest::newRow("PIN and touch locked") << 3;
 }
 
-void tst_nfcagentbluetoothrequest::pairingAsksTheUserWhenPinLocked()
+void tst_NfcAgentBluetoothRequest::pairingAsksTheUserWhenPinLocked()
 {
     QFETCH(int, lockStatus);
     FakePlatform::setConfirmationEnabled(false);
@@ -403,7 +404,7 @@ void tst_nfcagentbluetoothrequest::pairingAsksTheUserWhenPinLocked()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::pairingDoesNotLookUpTheDeviceAtStart()
+void tst_NfcAgentBluetoothRequest::pairingDoesNotLookUpTheDeviceAtStart()
 {
     FakePlatform::setConfirmationEnabled(false);
     TestSupport::setBluetoothDevices({});
@@ -419,7 +420,7 @@ void tst_nfcagentbluetoothrequest::pairingDoesNotLookUpTheDeviceAtStart()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::dialogAppearanceIsRelayedAsDialogShown()
+void tst_NfcAgentBluetoothRequest::dialogAppearanceIsRelayedAsDialogShown()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -434,7 +435,7 @@ void tst_nfcagentbluetoothrequest::dialogAppearanceIsRelayedAsDialogShown()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::confirmedDialogLeadsToPowerUpAndPairing()
+void tst_NfcAgentBluetoothRequest::confirmedDialogLeadsToPowerUpAndPairing()
 {
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
@@ -459,7 +460,7 @@ void tst_nfcagentbluetoothrequest::confirmedDialogLeadsToPowerUpAndPairing()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::declinedDialogRejects_data()
+void tst_NfcAgentBluetoothRequest::declinedDialogRejects_data()
 {
     QTest::addColumn<int>("result");
     QTest::newRow("cancel") << int(Dialog::Cancel);
@@ -469,7 +470,7 @@ void tst_nfcagentbluetoothrequest::declinedDialogRejects_data()
     QTest::newRow("other code") << 1;
 }
 
-void tst_nfcagentbluetoothrequest::declinedDialogRejects()
+void tst_NfcAgentBluetoothRequest::declinedDialogRejects()
 {
     QFETCH(int, result);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
@@ -487,7 +488,7 @@ void tst_nfcagentbluetoothrequest::declinedDialogRejects()
     QCOMPARE(bluez.calls(BluezMock::adapterPath()).size(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::dialogFinishedClosesTheDialogThatFinished()
+void tst_NfcAgentBluetoothRequest::dialogFinishedClosesTheDialogThatFinished()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -506,7 +507,7 @@ void tst_nfcagentbluetoothrequest::dialogFinishedClosesTheDialogThatFinished()
     QCOMPARE(outcome.rejected.count(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::dialogFinishedWithoutSenderWarns()
+void tst_NfcAgentBluetoothRequest::dialogFinishedWithoutSenderWarns()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -526,7 +527,7 @@ void tst_nfcagentbluetoothrequest::dialogFinishedWithoutSenderWarns()
     QCOMPARE(outcome.rejected.count(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::dialogFinishedFromNonDialogWarns()
+void tst_NfcAgentBluetoothRequest::dialogFinishedFromNonDialogWarns()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -544,7 +545,7 @@ void tst_nfcagentbluetoothrequest::dialogFinishedFromNonDialogWarns()
     COMPARE_CALLS(FakePlatform::callNames(), QStringList());
 }
 
-void tst_nfcagentbluetoothrequest::unknownDeviceFailsAtStart_data()
+void tst_NfcAgentBluetoothRequest::unknownDeviceFailsAtStart_data()
 {
     QTest::addColumn<int>("type");
     QTest::newRow("connect") << int(NfcAgentBluetoothRequest::Connect);
@@ -552,7 +553,7 @@ void tst_nfcagentbluetoothrequest::unknownDeviceFailsAtStart_data()
     QTest::newRow("unknown type") << 3;
 }
 
-void tst_nfcagentbluetoothrequest::unknownDeviceFailsAtStart()
+void tst_NfcAgentBluetoothRequest::unknownDeviceFailsAtStart()
 {
     QFETCH(int, type);
     FakePlatform::setBluetoothPowered(false);
@@ -577,7 +578,7 @@ void tst_nfcagentbluetoothrequest::unknownDeviceFailsAtStart()
     QCOMPARE(bluez.calls(BluezMock::managerPath()).size(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::connectionAndDisconnectionNeverAskTheUser_data()
+void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionNeverAskTheUser_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<QString>("operation");
@@ -587,7 +588,7 @@ void tst_nfcagentbluetoothrequest::connectionAndDisconnectionNeverAskTheUser_dat
                                 << QStringLiteral("BluetoothConnectionManager::disconnect ") + headset;
 }
 
-void tst_nfcagentbluetoothrequest::connectionAndDisconnectionNeverAskTheUser()
+void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionNeverAskTheUser()
 {
     QFETCH(int, type);
     QFETCH(QString, operation);
@@ -608,7 +609,7 @@ void tst_nfcagentbluetoothrequest::connectionAndDisconnectionNeverAskTheUser()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::unknownTypeRunsLikeConnectionThenIsInvalid_data()
+void tst_NfcAgentBluetoothRequest::unknownTypeRunsLikeConnectionThenIsInvalid_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<bool>("powered");
@@ -617,7 +618,7 @@ void tst_nfcagentbluetoothrequest::unknownTypeRunsLikeConnectionThenIsInvalid_da
     QTest::newRow("-1 (unsigned: not below 2), powered") << -1 << true;
 }
 
-void tst_nfcagentbluetoothrequest::unknownTypeRunsLikeConnectionThenIsInvalid()
+void tst_NfcAgentBluetoothRequest::unknownTypeRunsLikeConnectionThenIsInvalid()
 {
     QFETCH(int, type);
     QFETCH(bool, powered);
@@ -653,7 +654,7 @@ void tst_nfcagentbluetoothrequest::unknownTypeRunsLikeConnectionThenIsInvalid()
 // ---------------------------------------------------------------------------------------------------
 // stop()
 
-void tst_nfcagentbluetoothrequest::stopWithoutDialogDoesNothing()
+void tst_NfcAgentBluetoothRequest::stopWithoutDialogDoesNothing()
 {
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
@@ -668,7 +669,7 @@ void tst_nfcagentbluetoothrequest::stopWithoutDialogDoesNothing()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::stopClosesTheDialogSilently()
+void tst_NfcAgentBluetoothRequest::stopClosesTheDialogSilently()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -685,7 +686,7 @@ void tst_nfcagentbluetoothrequest::stopClosesTheDialogSilently()
     QCOMPARE(outcome.dialogShown.count(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::stopLeavesTheDialogConnected()
+void tst_NfcAgentBluetoothRequest::stopLeavesTheDialogConnected()
 {
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
@@ -703,7 +704,7 @@ void tst_nfcagentbluetoothrequest::stopLeavesTheDialogConnected()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::stopAfterDialogIsGoneDoesNothing()
+void tst_NfcAgentBluetoothRequest::stopAfterDialogIsGoneDoesNothing()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -719,7 +720,7 @@ void tst_nfcagentbluetoothrequest::stopAfterDialogIsGoneDoesNothing()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::stopDoesNotCancelWaitingForPower()
+void tst_NfcAgentBluetoothRequest::stopDoesNotCancelWaitingForPower()
 {
     FakePlatform::setBluetoothPowered(false);
     setHeadsetOnly();
@@ -737,7 +738,7 @@ void tst_nfcagentbluetoothrequest::stopDoesNotCancelWaitingForPower()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::stopDoesNotCancelConnection()
+void tst_NfcAgentBluetoothRequest::stopDoesNotCancelConnection()
 {
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
@@ -755,7 +756,7 @@ void tst_nfcagentbluetoothrequest::stopDoesNotCancelConnection()
 // ---------------------------------------------------------------------------------------------------
 // Destruction
 
-void tst_nfcagentbluetoothrequest::destructionClosesLiveDialog()
+void tst_NfcAgentBluetoothRequest::destructionClosesLiveDialog()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
@@ -773,7 +774,7 @@ void tst_nfcagentbluetoothrequest::destructionClosesLiveDialog()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::destructionDeletesOwnedPlatformObjects_data()
+void tst_NfcAgentBluetoothRequest::destructionDeletesOwnedPlatformObjects_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<bool>("powered");
@@ -797,7 +798,7 @@ void tst_nfcagentbluetoothrequest::destructionDeletesOwnedPlatformObjects_data()
                                    << QStringList {adapter, manager};
 }
 
-void tst_nfcagentbluetoothrequest::destructionDeletesOwnedPlatformObjects()
+void tst_NfcAgentBluetoothRequest::destructionDeletesOwnedPlatformObjects()
 {
     QFETCH(int, type);
     QFETCH(bool, powered);
@@ -832,7 +833,7 @@ void tst_nfcagentbluetoothrequest::destructionDeletesOwnedPlatformObjects()
         QVERIFY2(!object, object ? object->metaObject()->className() : "");
 }
 
-void tst_nfcagentbluetoothrequest::destructionKeepsIgnoreAddresses()
+void tst_NfcAgentBluetoothRequest::destructionKeepsIgnoreAddresses()
 {
     TestSupport::setBluetoothDevices(
         {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
@@ -854,7 +855,7 @@ void tst_nfcagentbluetoothrequest::destructionKeepsIgnoreAddresses()
 // ---------------------------------------------------------------------------------------------------
 // Power-up
 
-void tst_nfcagentbluetoothrequest::pairingBannerComesBeforeThePowerCheck()
+void tst_NfcAgentBluetoothRequest::pairingBannerComesBeforeThePowerCheck()
 {
     FakePlatform::setConfirmationEnabled(false);
     FakePlatform::setBluetoothPowered(false);
@@ -877,14 +878,14 @@ void tst_nfcagentbluetoothrequest::pairingBannerComesBeforeThePowerCheck()
     COMPARE_CALLS(banners(), QStringList {pairingBanner(daemonName)});
 }
 
-void tst_nfcagentbluetoothrequest::connectionAndDisconnectionShowNoPairingBanner_data()
+void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionShowNoPairingBanner_data()
 {
     QTest::addColumn<int>("type");
     QTest::newRow("connect") << int(NfcAgentBluetoothRequest::Connect);
     QTest::newRow("disconnect") << int(NfcAgentBluetoothRequest::Disconnect);
 }
 
-void tst_nfcagentbluetoothrequest::connectionAndDisconnectionShowNoPairingBanner()
+void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionShowNoPairingBanner()
 {
     QFETCH(int, type);
     setHeadsetOnly();
@@ -894,7 +895,7 @@ void tst_nfcagentbluetoothrequest::connectionAndDisconnectionShowNoPairingBanner
     QCOMPARE(FakePlatform::count(QStringLiteral("ConnectivityUIUtils::unblankDisplay")), 0);
 }
 
-void tst_nfcagentbluetoothrequest::poweredAdapterGoesOnAtOnce_data()
+void tst_NfcAgentBluetoothRequest::poweredAdapterGoesOnAtOnce_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<QString>("operation");
@@ -906,7 +907,7 @@ void tst_nfcagentbluetoothrequest::poweredAdapterGoesOnAtOnce_data()
                                 << QStringLiteral("BluetoothConnectionManager::disconnect ") + headset;
 }
 
-void tst_nfcagentbluetoothrequest::poweredAdapterGoesOnAtOnce()
+void tst_NfcAgentBluetoothRequest::poweredAdapterGoesOnAtOnce()
 {
     QFETCH(int, type);
     QFETCH(QString, operation);
@@ -928,12 +929,12 @@ void tst_nfcagentbluetoothrequest::poweredAdapterGoesOnAtOnce()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::unpoweredAdapterIsWaitedFor_data()
+void tst_NfcAgentBluetoothRequest::unpoweredAdapterIsWaitedFor_data()
 {
     poweredAdapterGoesOnAtOnce_data();
 }
 
-void tst_nfcagentbluetoothrequest::unpoweredAdapterIsWaitedFor()
+void tst_NfcAgentBluetoothRequest::unpoweredAdapterIsWaitedFor()
 {
     QFETCH(int, type);
     QFETCH(QString, operation);
@@ -963,7 +964,7 @@ void tst_nfcagentbluetoothrequest::unpoweredAdapterIsWaitedFor()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::otherPropertyChangesAreIgnored_data()
+void tst_NfcAgentBluetoothRequest::otherPropertyChangesAreIgnored_data()
 {
     QTest::addColumn<QString>("property");
     QTest::newRow("capitalised") << QStringLiteral("Powered");
@@ -972,7 +973,7 @@ void tst_nfcagentbluetoothrequest::otherPropertyChangesAreIgnored_data()
     QTest::newRow("trailing blank") << QStringLiteral("powered ");
 }
 
-void tst_nfcagentbluetoothrequest::otherPropertyChangesAreIgnored()
+void tst_NfcAgentBluetoothRequest::otherPropertyChangesAreIgnored()
 {
     QFETCH(QString, property);
     FakePlatform::setBluetoothPowered(false);
@@ -995,7 +996,7 @@ void tst_nfcagentbluetoothrequest::otherPropertyChangesAreIgnored()
     QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothConnectionManager::connect")), 1);
 }
 
-void tst_nfcagentbluetoothrequest::poweredChangeWhileOffFails()
+void tst_NfcAgentBluetoothRequest::poweredChangeWhileOffFails()
 {
     FakePlatform::setBluetoothPowered(false);
     setHeadsetOnly();
@@ -1018,7 +1019,7 @@ void tst_nfcagentbluetoothrequest::poweredChangeWhileOffFails()
     QCOMPARE(outcome.failed.count(), 2);
 }
 
-void tst_nfcagentbluetoothrequest::keepingPowerFailureFailsRequest_data()
+void tst_NfcAgentBluetoothRequest::keepingPowerFailureFailsRequest_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<QString>("blueZ");
@@ -1038,7 +1039,7 @@ void tst_nfcagentbluetoothrequest::keepingPowerFailureFailsRequest_data()
     }
 }
 
-void tst_nfcagentbluetoothrequest::keepingPowerFailureFailsRequest()
+void tst_NfcAgentBluetoothRequest::keepingPowerFailureFailsRequest()
 {
     QFETCH(int, type);
     QFETCH(QString, blueZ);
@@ -1072,14 +1073,14 @@ void tst_nfcagentbluetoothrequest::keepingPowerFailureFailsRequest()
     QVERIFY(managers().isEmpty());
 }
 
-void tst_nfcagentbluetoothrequest::pairingAndConnectionKeepPowerThroughBlueZ_data()
+void tst_NfcAgentBluetoothRequest::pairingAndConnectionKeepPowerThroughBlueZ_data()
 {
     QTest::addColumn<int>("type");
     QTest::newRow("pairing") << int(NfcAgentBluetoothRequest::Pairing);
     QTest::newRow("connect") << int(NfcAgentBluetoothRequest::Connect);
 }
 
-void tst_nfcagentbluetoothrequest::pairingAndConnectionKeepPowerThroughBlueZ()
+void tst_NfcAgentBluetoothRequest::pairingAndConnectionKeepPowerThroughBlueZ()
 {
     QFETCH(int, type);
     FakePlatform::setConfirmationEnabled(false);
@@ -1097,7 +1098,7 @@ void tst_nfcagentbluetoothrequest::pairingAndConnectionKeepPowerThroughBlueZ()
     QCOMPARE(managerMethods, QStringList {QStringLiteral("DefaultAdapter")});
 }
 
-void tst_nfcagentbluetoothrequest::disconnectionDoesNotNeedBlueZ()
+void tst_NfcAgentBluetoothRequest::disconnectionDoesNotNeedBlueZ()
 {
     bluez.stop();
     setHeadsetOnly();
@@ -1119,7 +1120,7 @@ void tst_nfcagentbluetoothrequest::disconnectionDoesNotNeedBlueZ()
 // ---------------------------------------------------------------------------------------------------
 // Pairing
 
-void tst_nfcagentbluetoothrequest::pairingWithoutPinIgnoresLegacyPairing()
+void tst_NfcAgentBluetoothRequest::pairingWithoutPinIgnoresLegacyPairing()
 {
     FakePlatform::setConfirmationEnabled(false);
     setHeadsetOnly();
@@ -1139,7 +1140,7 @@ void tst_nfcagentbluetoothrequest::pairingWithoutPinIgnoresLegacyPairing()
     QCOMPARE(serverCalls.value(0).args.value(0).value<void*>(), static_cast<void*>(server));
 }
 
-void tst_nfcagentbluetoothrequest::pairingWithPinGivesThePin()
+void tst_NfcAgentBluetoothRequest::pairingWithPinGivesThePin()
 {
     FakePlatform::setConfirmationEnabled(false);
     setHeadsetOnly();
@@ -1156,7 +1157,7 @@ void tst_nfcagentbluetoothrequest::pairingWithPinGivesThePin()
                                 QStringLiteral("BluetoothPairingProcess::start ") + headset}));
 }
 
-void tst_nfcagentbluetoothrequest::pairingRunsForAnAlreadyPairedDevice()
+void tst_NfcAgentBluetoothRequest::pairingRunsForAnAlreadyPairedDevice()
 {
     FakePlatform::setConfirmationEnabled(false);
     TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, false, false)});
@@ -1168,7 +1169,7 @@ void tst_nfcagentbluetoothrequest::pairingRunsForAnAlreadyPairedDevice()
     QCOMPARE(outcome.outcomes(), 0);
 }
 
-void tst_nfcagentbluetoothrequest::pairingErrorFailsWithTheProcessText()
+void tst_NfcAgentBluetoothRequest::pairingErrorFailsWithTheProcessText()
 {
     FakePlatform::setConfirmationEnabled(false);
     setHeadsetOnly();
@@ -1193,7 +1194,7 @@ void tst_nfcagentbluetoothrequest::pairingErrorFailsWithTheProcessText()
     QVERIFY(process);
 }
 
-void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepted_data()
+void tst_NfcAgentBluetoothRequest::pairingOfDeviceThatCannotBeConnectedIsAccepted_data()
 {
     QTest::addColumn<QVariantList>("devices");
     QTest::newRow("paired, not connectable") << QVariantList {TestSupport::bluetoothDevice(headset, platformName, true, false, false)};
@@ -1202,7 +1203,7 @@ void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepte
     QTest::newRow("unknown to the adapter") << QVariantList {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true)};
 }
 
-void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepted()
+void tst_NfcAgentBluetoothRequest::pairingOfDeviceThatCannotBeConnectedIsAccepted()
 {
     QFETCH(QVariantList, devices);
     FakePlatform::setConfirmationEnabled(false);
@@ -1223,7 +1224,7 @@ void tst_nfcagentbluetoothrequest::pairingOfDeviceThatCannotBeConnectedIsAccepte
     QCOMPARE(FakePlatform::count(QStringLiteral("Server::setProperty")), 0);
 }
 
-void tst_nfcagentbluetoothrequest::pairedConnectableDeviceIsConnected()
+void tst_NfcAgentBluetoothRequest::pairedConnectableDeviceIsConnected()
 {
     FakePlatform::setConfirmationEnabled(false);
     TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
@@ -1251,7 +1252,7 @@ void tst_nfcagentbluetoothrequest::pairedConnectableDeviceIsConnected()
     QCOMPARE(outcome.outcomes(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::pairedDeviceConnectionFailureFails()
+void tst_NfcAgentBluetoothRequest::pairedDeviceConnectionFailureFails()
 {
     FakePlatform::setConfirmationEnabled(false);
     setHeadsetOnly();
@@ -1268,7 +1269,7 @@ void tst_nfcagentbluetoothrequest::pairedDeviceConnectionFailureFails()
     QVERIFY(!server->properties().contains(QStringLiteral("BtConnectIgnoreAddress")));
 }
 
-void tst_nfcagentbluetoothrequest::pairingSwapsAudioDevice()
+void tst_NfcAgentBluetoothRequest::pairingSwapsAudioDevice()
 {
     FakePlatform::setConfirmationEnabled(false);
     TestSupport::setBluetoothDevices(
@@ -1300,7 +1301,7 @@ void tst_nfcagentbluetoothrequest::pairingSwapsAudioDevice()
 // ---------------------------------------------------------------------------------------------------
 // Connection
 
-void tst_nfcagentbluetoothrequest::connectionWithoutAudioDeviceConnects()
+void tst_NfcAgentBluetoothRequest::connectionWithoutAudioDeviceConnects()
 {
     TestSupport::setBluetoothDevices(
         {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
@@ -1328,7 +1329,7 @@ void tst_nfcagentbluetoothrequest::connectionWithoutAudioDeviceConnects()
     QCOMPARE(server->properties().value(QStringLiteral("BtConnectIgnoreAddress")).toString(), headset);
 }
 
-void tst_nfcagentbluetoothrequest::audioCheckManagersAreDeletedAtOnce()
+void tst_NfcAgentBluetoothRequest::audioCheckManagersAreDeletedAtOnce()
 {
     TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false),
                 TestSupport::bluetoothDevice(thirdHeadset, thirdName, true, true, false),
@@ -1341,7 +1342,7 @@ void tst_nfcagentbluetoothrequest::audioCheckManagersAreDeletedAtOnce()
     QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothConnectionManager::connect")), 1);
 }
 
-void tst_nfcagentbluetoothrequest::connectionFailureClearsIgnoreAddressAndFails()
+void tst_NfcAgentBluetoothRequest::connectionFailureClearsIgnoreAddressAndFails()
 {
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
@@ -1361,7 +1362,7 @@ void tst_nfcagentbluetoothrequest::connectionFailureClearsIgnoreAddressAndFails(
     COMPARE_CALLS(banners(), QStringList());
 }
 
-void tst_nfcagentbluetoothrequest::connectionDisconnectsOtherAudioDeviceFirst()
+void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
 {
     TestSupport::setBluetoothDevices(
         {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
@@ -1394,7 +1395,7 @@ void tst_nfcagentbluetoothrequest::connectionDisconnectsOtherAudioDeviceFirst()
     QCOMPARE(outcome.outcomes(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::audioSwapDeletesTheOldManagerAtOnce()
+void tst_NfcAgentBluetoothRequest::audioSwapDeletesTheOldManagerAtOnce()
 {
     TestSupport::setBluetoothDevices(
         {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
@@ -1427,7 +1428,7 @@ void tst_nfcagentbluetoothrequest::audioSwapDeletesTheOldManagerAtOnce()
     QCOMPARE(outcome.outcomes(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::audioSwapReconnectsTargetThatHasAudio()
+void tst_NfcAgentBluetoothRequest::audioSwapReconnectsTargetThatHasAudio()
 {
     TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(headset, platformName, true, true, true)});
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
@@ -1446,7 +1447,7 @@ void tst_nfcagentbluetoothrequest::audioSwapReconnectsTargetThatHasAudio()
     QCOMPARE(outcome.accepted.count(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::audioSwapDisconnectsOnlyFirstAudioDevice()
+void tst_NfcAgentBluetoothRequest::audioSwapDisconnectsOnlyFirstAudioDevice()
 {
     TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(thirdHeadset, thirdName, true, true, false),
                 TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true),
@@ -1468,7 +1469,7 @@ void tst_nfcagentbluetoothrequest::audioSwapDisconnectsOnlyFirstAudioDevice()
     QCOMPARE(outcome.accepted.count(), 1);
 }
 
-void tst_nfcagentbluetoothrequest::audioSwapDisconnectionFailureFails()
+void tst_NfcAgentBluetoothRequest::audioSwapDisconnectionFailureFails()
 {
     TestSupport::setBluetoothDevices(
         {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
@@ -1491,7 +1492,7 @@ void tst_nfcagentbluetoothrequest::audioSwapDisconnectionFailureFails()
 // ---------------------------------------------------------------------------------------------------
 // Disconnection
 
-void tst_nfcagentbluetoothrequest::disconnectionDisconnectsAndAccepts()
+void tst_NfcAgentBluetoothRequest::disconnectionDisconnectsAndAccepts()
 {
     TestSupport::setBluetoothDevices(
         {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, true)});
@@ -1519,7 +1520,7 @@ void tst_nfcagentbluetoothrequest::disconnectionDisconnectsAndAccepts()
     QCOMPARE(server->properties().value(QStringLiteral("BtDisconnectIgnoreAddress")).toString(), headset);
 }
 
-void tst_nfcagentbluetoothrequest::disconnectionFailureClearsIgnoreAddressAndFails()
+void tst_NfcAgentBluetoothRequest::disconnectionFailureClearsIgnoreAddressAndFails()
 {
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Disconnect);
@@ -1538,7 +1539,7 @@ void tst_nfcagentbluetoothrequest::disconnectionFailureClearsIgnoreAddressAndFai
     COMPARE_CALLS(banners(), QStringList());
 }
 
-void tst_nfcagentbluetoothrequest::metaObjectListsSignalsThenSlotsInOrder()
+void tst_NfcAgentBluetoothRequest::metaObjectListsSignalsThenSlotsInOrder()
 {
     const QMetaObject* meta = &ConnUi::NfcAgentBluetoothRequest::staticMetaObject;
     QStringList signatures;
@@ -1573,5 +1574,5 @@ void tst_nfcagentbluetoothrequest::metaObjectListsSignalsThenSlotsInOrder()
                                                         QMetaMethod::Protected, QMetaMethod::Protected}));
 }
 
-QTEST_GUILESS_MAIN(tst_nfcagentbluetoothrequest)
+QTEST_GUILESS_MAIN(tst_NfcAgentBluetoothRequest)
 #include "tst_nfcagentbluetoothrequest.moc"

@@ -12,6 +12,7 @@
 #include "nfcsharingpermissiondialog.h"
 #include "nfctagnotsupporteddialog.h"
 #include "pluginaccess.h"
+#include "pluginslots.h"
 #include "testsupport.h"
 
 extern "C" const char* qt_plugin_query_verification_data();
@@ -96,15 +97,7 @@ private Q_SLOTS:
             signatures << QString::fromLatin1(method.methodSignature());
             parameters << QString::fromLatin1(method.parameterNames().join(','));
         }
-        QCOMPARE(signatures, QStringList({
-            "release()", "cancel()",
-            "btPairingRequested(QDBusObjectPath,QString,QString,uint,QString)",
-            "btConnectionRequested(QDBusObjectPath,QString,QString,uint)",
-            "btDisconnectionRequested(QDBusObjectPath,QString,QString,uint)",
-            "sharingPermissionRequested(QString,QVariant,QStringList)",
-            "sharingSelectionRequested(QString,QVariant)",
-            "notifyTouch(QDBusObjectPath,int)",
-            "dataDeliveryRequested(NdefMessageHandlerList,QDBusObjectPath,QByteArray)"}));
+        QCOMPARE(signatures, pluginSlotSignatures());
         QCOMPARE(parameters, QStringList({"", "", "target,addr,name,cod,pin", "target,addr,name,cod",
                                           "target,addr,name,cod", "carrier,info,resources", "carrier,info",
                                           "target,touchStatus", "handlers,target,data"}));

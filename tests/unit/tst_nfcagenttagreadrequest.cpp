@@ -22,6 +22,7 @@
 #include "nfctagreadpermissiondialog.h"
 #include "notesmock.h"
 #include "outcome.h"
+#include "tagreadsupport.h"
 #include "testsupport.h"
 
 using ConnUi::Dialog;
@@ -31,23 +32,9 @@ using ConnUi::NfcAgentTagReadRequest;
 using ConnUi::NfcTagNotSupportedDialog;
 using ConnUi::NfcTagReadPermissionDialog;
 
+using namespace TagReadSupport;
+
 namespace {
-
-const char notesNotebook[] = "66666666-7777-8888-9999-000000000000";
-
-NdefMessageHandler handler(const QString& id, bool foreground = false)
-{
-    const QString path = QStringLiteral("/app/") + QString(id).replace(QLatin1Char('.'), QLatin1Char('_'));
-    return NdefMessageHandler(id, QStringLiteral("com.example.") + id, QDBusObjectPath(path), foreground);
-}
-
-// The warning of a failed "openNote" call when the notes service is not on the bus; the error name and
-// text come from the message bus.
-QRegularExpression openNoteFailure()
-{
-    return QRegularExpression(QStringLiteral("^NfcAgentTagReadRequest: Calling openNote\\(\\) fails: "
-                                             "org\\.freedesktop\\.DBus\\.Error\\.\\w+ \\S.*$"));
-}
 
 QString databasePath()
 {
@@ -75,11 +62,6 @@ QHash<QString, QString> readDefaults()
     stream.setVersion(QDataStream::Qt_4_6);
     stream >> table;
     return table;
-}
-
-QByteArray uriTag(const QString& uri)
-{
-    return NdefWriter::message({NdefWriter::uri(uri)});
 }
 
 QStringList callArgs(const FakeCall& call)

@@ -47,7 +47,8 @@ Q_SIGNALS:
     void failed(const QString& reason);
 };
 
-class tst_PluginBluetooth : public QObject, public PluginFixture {
+class tst_PluginBluetooth : public QObject, public PluginFixture
+{
     Q_OBJECT
 
 private:

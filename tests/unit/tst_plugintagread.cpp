@@ -22,8 +22,10 @@
 #include "nfctagnotsupporteddialog.h"
 #include "nfctagreadpermissiondialog.h"
 #include "notesmock.h"
+#include "offlinemode.h"
 #include "pluginaccess.h"
 #include "pluginfixture.h"
+#include "tagreadsupport.h"
 #include "testsupport.h"
 #include "uiindications.h"
 
@@ -34,35 +36,7 @@ using ConnUi::NfcAgentDialogPlugin;
 using ConnUi::NfcTagNotSupportedDialog;
 using ConnUi::NfcTagReadPermissionDialog;
 
-namespace {
-
-const char notesNotebook[] = "66666666-7777-8888-9999-000000000000";
-
-void setStringActions(const QString& text, const QStringList& names)
-{
-    FakePlatform::setStringActions(text, names);
-}
-
-NdefMessageHandler handler(const QString& id, bool foreground = false)
-{
-    const QString path = QStringLiteral("/app/") + QString(id).replace(QLatin1Char('.'), QLatin1Char('_'));
-    return NdefMessageHandler(id, QStringLiteral("com.example.") + id, QDBusObjectPath(path), foreground);
-}
-
-// The warning of a failed "openNote" call when the notes service is not on the bus; the error name and
-// text come from the message bus.
-QRegularExpression openNoteFailure()
-{
-    return QRegularExpression(QStringLiteral("^NfcAgentTagReadRequest: Calling openNote\\(\\) fails: "
-                                             "org\\.freedesktop\\.DBus\\.Error\\.\\w+ \\S.*$"));
-}
-
-QByteArray uriTag(const QString& uri)
-{
-    return NdefWriter::message({NdefWriter::uri(uri)});
-}
-
-} // namespace
+using namespace TagReadSupport;
 
 class tst_PluginTagRead : public QObject, public PluginFixture
 {
@@ -72,13 +46,53 @@ private:
     NotesMock notes;
     QStringList dataFiles; // record data files seen by a test, removed in cleanup()
 
+    // Delivers a tag of one URI that the applications open, and returns the confirmation it shows.
+    NfcTagReadPermissionDialog* deliverUri(const QString& uri, const QStringList& applications)
+    {
+        FakePlatform::setStringActions(uri, applications);
+        deliver(uriTag(uri));
+        return onlyOpen<NfcTagReadPermissionDialog>();
+    }
+
+    // The one open dialog is the error dialog of that type, and closing it rejects the tag, not before.
+    // Last in a test: a failure ends the helper only.
+    void closingTheErrorDialogRejects(NfcTagNotSupportedDialog::ErrorType type)
+    {
+        auto* error = onlyOpen<NfcTagNotSupportedDialog>();
+        QVERIFY(error);
+        QCOMPARE(error->errorType(), int(type));
+        QVERIFY(TestSupport::agentReplies().isEmpty());
+        error->done(Dialog::Ok);
+        QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
+    }
+
+    // Delivers a tag of one URI and confirms it, with or without the direct action; false when it showed
+    // no confirmation.
+    bool confirmUri(const QString& uri, const QStringList& applications, bool directAction)
+    {
+        NfcTagReadPermissionDialog* dialog = deliverUri(uri, applications);
+        if (!dialog)
+            return false;
+        dialog->setDirectActionSelected(directAction);
+        dialog->done(Dialog::Ok);
+        return true;
+    }
+
+    // An SMS tag confirmed with its direct action while the phone is offline: the question that follows,
+    // null when the tag was not confirmed or nothing was asked.
+    MessageBox* sendSmsWhileOffline()
+    {
+        FakePlatform::setOfflineStatus(ConnUi::OfflineMode::Offline);
+        if (!confirmUri(QStringLiteral("sms:+15551234?body=Hello"), {QStringLiteral("Messages")}, true))
+            return nullptr;
+        return server->lastShownOf<MessageBox>();
+    }
 
     void deliver(const QByteArray& data, const NdefMessageHandlerList& handlers = NdefMessageHandlerList(),
                  const QString& target = QStringLiteral("/tag/1"))
     {
         emit agent()->dataDeliveryRequested(handlers, QDBusObjectPath(target), data);
     }
-
 
 private Q_SLOTS:
     void initTestCase()
@@ -108,9 +122,7 @@ private Q_SLOTS:
 
     void webAddressConfirmedIsGranted()
     {
-        setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://example.com/page")));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* dialog = deliverUri(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         QVERIFY(dialog);
         QCOMPARE(dialog->uri(), QStringLiteral("http://example.com/page"));
         QVERIFY(TestSupport::agentReplies().isEmpty());
@@ -130,9 +142,7 @@ private Q_SLOTS:
 
     void webAddressDeclinedIsRejected()
     {
-        setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://example.com/page")));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* dialog = deliverUri(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         QVERIFY(dialog);
         dialog->done(Dialog::Cancel);
         QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
@@ -144,7 +154,7 @@ private Q_SLOTS:
 
     void tagForForegroundApplicationIsForwardedWithoutDialog()
     {
-        setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"), {QStringLiteral("Browser")});
         const QByteArray data = uriTag(QStringLiteral("http://example.com/page"));
         deliver(data, {handler(QStringLiteral("app.bg")), handler(QStringLiteral("app.fg"), true)});
         QVERIFY(server->shownDialogs().isEmpty());
@@ -159,7 +169,7 @@ private Q_SLOTS:
 
     void backgroundHandlersAreOfferedAfterTheActions()
     {
-        setStringActions(QStringLiteral("http://example.com/page"),
+        FakePlatform::setStringActions(QStringLiteral("http://example.com/page"),
                          {QStringLiteral("Browser"), QStringLiteral("Reader")});
         const QByteArray data = uriTag(QStringLiteral("http://example.com/page"));
         deliver(data, {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))});
@@ -226,11 +236,7 @@ private Q_SLOTS:
     void smsTagOpensTheEditor()
     {
         const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->done(Dialog::Ok);
+        QVERIFY(confirmUri(uri, {QStringLiteral("Messages")}, false));
         const QList<FakeCall> editors = FakePlatform::callsTo(QStringLiteral("MessagingIf::showSmsEditor"));
         QCOMPARE(editors.size(), 1);
         QCOMPARE(editors.first().args.value(0).toStringList(), QStringList({"+15551234"}));
@@ -243,12 +249,7 @@ private Q_SLOTS:
     void smsTagSendsDirectly()
     {
         const QString uri = QStringLiteral("sms:+15551234,+15555678?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
+        QVERIFY(confirmUri(uri, {QStringLiteral("Messages")}, true));
         const QList<FakeCall> sent = FakePlatform::callsTo(QStringLiteral("MessagingIf::sendSMS"));
         QCOMPARE(sent.size(), 2);
         QCOMPARE(sent.at(0).args, QVariantList({QStringLiteral("+15551234"), QStringLiteral("Hello"), true}));
@@ -259,15 +260,7 @@ private Q_SLOTS:
 
     void smsTagInOfflineModeAnsweredYesSendsAndIsGranted()
     {
-        FakePlatform::setOfflineStatus(0);
-        const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
-        auto* box = server->lastShownOf<MessageBox>();
+        auto* box = sendSmsWhileOffline();
         QVERIFY(box);
         QCOMPARE(box->title(), QStringLiteral("Exit offline mode?"));
         QCOMPARE(box->buttons(), int(Dialog::Yes | Dialog::No));
@@ -285,15 +278,7 @@ private Q_SLOTS:
 
     void smsTagInOfflineModeAnsweredNoIsRejected()
     {
-        FakePlatform::setOfflineStatus(0);
-        const QString uri = QStringLiteral("sms:+15551234?body=Hello");
-        setStringActions(uri, {QStringLiteral("Messages")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
-        auto* box = server->lastShownOf<MessageBox>();
+        auto* box = sendSmsWhileOffline();
         QVERIFY(box);
         box->done(Dialog::No);
         QCOMPARE(FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")), 0);
@@ -305,9 +290,7 @@ private Q_SLOTS:
     void telTagWithDirectActionPlacesTheCall()
     {
         const QString uri = QStringLiteral("tel:+15551234");
-        setStringActions(uri, {QStringLiteral("Phone")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* dialog = deliverUri(uri, {QStringLiteral("Phone")});
         QVERIFY(dialog);
         QCOMPARE(dialog->uri(), uri);
         dialog->setDirectActionSelected(true);
@@ -321,11 +304,7 @@ private Q_SLOTS:
     void telTagWithoutDirectActionOpensTheAction()
     {
         const QString uri = QStringLiteral("tel:+15551234");
-        setStringActions(uri, {QStringLiteral("Phone")});
-        deliver(uriTag(uri));
-        auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
-        QVERIFY(dialog);
-        dialog->done(Dialog::Ok);
+        QVERIFY(confirmUri(uri, {QStringLiteral("Phone")}, false));
         QCOMPARE(FakePlatform::count(QStringLiteral("CallUiServiceApi::RequestCellularCall")), 0);
         QCOMPARE(FakePlatform::callsTo(QStringLiteral("ContentAction::trigger")).value(0).args.value(0).toString(),
                  QStringLiteral("Phone"));
@@ -370,12 +349,7 @@ private Q_SLOTS:
     {
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() received ndef data could not be parsed");
         deliver(QByteArray::fromHex("d10102"));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>();
-        QVERIFY(error);
-        QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
-        QVERIFY(TestSupport::agentReplies().isEmpty());
-        error->done(Dialog::Ok);
-        QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
+        closingTheErrorDialogRejects(NfcTagNotSupportedDialog::ContentNotSupported);
     }
 
     void unsupportedTagIsRejectedWhenItsErrorDialogCloses()
@@ -383,20 +357,15 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, "Record type `Zz' not supported");
         QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() No supported NDEF records found");
         deliver(NdefWriter::message({NdefWriter::raw(1, "Zz", "payload")}));
-        auto* error = onlyOpen<NfcTagNotSupportedDialog>();
-        QVERIFY(error);
-        QCOMPARE(error->errorType(), int(NfcTagNotSupportedDialog::ContentNotSupported));
-        QVERIFY(TestSupport::agentReplies().isEmpty());
-        error->done(Dialog::Ok);
-        QCOMPARE(TestSupport::agentReplies(), QStringList({"rejectDevice /tag/1"}));
+        closingTheErrorDialogRejects(NfcTagNotSupportedDialog::ContentNotSupported);
     }
 
     // --- Displacement ---------------------------------------------------------------------------
 
     void secondDeliveryDisplacesLiveTagReadWithoutReply()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QPointer<QObject> first = d()->tagReadRequest.data();
         auto* firstDialog = onlyOpen<NfcTagReadPermissionDialog>();
@@ -418,11 +387,9 @@ private Q_SLOTS:
 
     void sharingCallDisplacesLiveTagReadWithoutReply()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://a.org")));
-        QPointer<QObject> tagRead = d()->tagReadRequest.data();
-        auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* tagDialog = deliverUri(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         QVERIFY(tagDialog);
+        QPointer<QObject> tagRead = d()->tagReadRequest.data();
 
         emit agent()->sharingSelectionRequested(QStringLiteral("bluetooth"), QVariant(7));
         QVERIFY(!server->isOpen(tagDialog));
@@ -438,11 +405,9 @@ private Q_SLOTS:
 
     void touchWithStatus1DisplacesLiveTagReadWithoutReply()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://a.org")));
-        QPointer<QObject> tagRead = d()->tagReadRequest.data();
-        auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* tagDialog = deliverUri(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         QVERIFY(tagDialog);
+        QPointer<QObject> tagRead = d()->tagReadRequest.data();
 
         emit agent()->notifyTouch(QDBusObjectPath(QStringLiteral("/tag/2")), 1);
         QVERIFY(!server->isOpen(tagDialog));
@@ -464,7 +429,7 @@ private Q_SLOTS:
         emit agent()->notifyTouch(QDBusObjectPath(QStringLiteral("/tag/1")), 1);
         auto* error = onlyOpen<NfcTagNotSupportedDialog>();
         QVERIFY(error);
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QVERIFY(!server->isOpen(error));
         QVERIFY(!d()->errorDialog);
@@ -475,8 +440,8 @@ private Q_SLOTS:
 
     void chosenApplicationIsRememberedAndPreselectedNextTime()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
-        setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://b.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         auto* first = onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(first);
@@ -511,9 +476,7 @@ private Q_SLOTS:
     void touchWithStatusOtherThan1GivesFeedbackAndIndicationOnly()
     {
         QFETCH(int, status);
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
-        deliver(uriTag(QStringLiteral("http://a.org")));
-        auto* tagDialog = onlyOpen<NfcTagReadPermissionDialog>();
+        auto* tagDialog = deliverUri(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         QVERIFY(tagDialog);
         QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
         FakePlatform::clearCalls();
@@ -560,7 +523,7 @@ private Q_SLOTS:
     // handler had been set.
     void deliveryWithEmptyHandlerListSetsNoHandlers()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
         QTest::ignoreMessage(QtWarningMsg, "Record type `Zz' not supported");
         deliver(NdefWriter::message({NdefWriter::raw(1, "Zz", "abc"), NdefWriter::uri(QStringLiteral("http://a.org"))}),
                 NdefMessageHandlerList());
@@ -573,7 +536,7 @@ private Q_SLOTS:
 
     void deliveryLogsTheDataInHexAndTheStartTime()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         const QByteArray data = uriTag(QStringLiteral("http://a.org"));
         QTest::ignoreMessage(QtDebugMsg, qPrintable(QStringLiteral("NDEF data received: ")
                                                     + QString::fromLatin1(data.toHex())));
@@ -585,7 +548,7 @@ private Q_SLOTS:
 
     void shownDialogLogsTheReadingTimeAndUnlocksTheScreen()
     {
-        setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
+        FakePlatform::setStringActions(QStringLiteral("http://a.org"), {QStringLiteral("Browser")});
         deliver(uriTag(QStringLiteral("http://a.org")));
         QCOMPARE(FakePlatform::count(QStringLiteral("ConnectivityUIUtils::unlockScreen")), 0);
         QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^NFC tag reading took \\d+ms$")));

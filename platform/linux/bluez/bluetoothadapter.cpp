@@ -30,15 +30,17 @@ void BluetoothAdapterPrivate::follow(const QString& newPath)
     path = newPath;
     valid = false;
     if (path.isEmpty()) {
-        setPowered(false);
+        setPowered(false, false);
         return;
     }
 
     adapter = std::make_unique<BluezAdapterProxy>(Bluez::service(), path, Bluez::systemBus());
     QObject::connect(adapter.get(), &BluezAdapterProxy::PropertyChanged, q,
                      [this](const QString& name, const QDBusVariant& value) {
+                         // Every report counts, even one that repeats the state: the plugin treats a
+                         // report of an adapter that is off as a failed power-up.
                          if (name == QLatin1String("Powered"))
-                             setPowered(value.variant().toBool());
+                             setPowered(value.variant().toBool(), true);
                      });
     const QDeadlineTimer deadline = BusDeadline::start();
     adapter->setTimeout(BusDeadline::timeoutMs(deadline));
@@ -47,11 +49,11 @@ void BluetoothAdapterPrivate::follow(const QString& newPath)
     if (properties.isError()) {
         qCWarning(lcBluez, "BluetoothAdapter: properties of %s cannot be read: %s", qUtf8Printable(path),
                   qUtf8Printable(properties.error().name()));
-        setPowered(false);
+        setPowered(false, false);
         return;
     }
     valid = true;
-    setPowered(properties.value().value(QStringLiteral("Powered")).toBool());
+    setPowered(properties.value().value(QStringLiteral("Powered")).toBool(), false);
 }
 
 void BluetoothAdapterPrivate::refollow()
@@ -64,9 +66,9 @@ void BluetoothAdapterPrivate::refollow()
     });
 }
 
-void BluetoothAdapterPrivate::setPowered(bool on)
+void BluetoothAdapterPrivate::setPowered(bool on, bool reported)
 {
-    if (on == powered)
+    if (on == powered && !reported)
         return;
     powered = on;
     qCDebug(lcBluez, "BluetoothAdapter: %s is %s", qUtf8Printable(path), on ? "powered" : "not powered");

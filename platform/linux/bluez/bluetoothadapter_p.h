@@ -20,7 +20,8 @@ public:
     void follow(const QString& path);
     // Asks BlueZ again which adapter is the default one, without waiting.
     void refollow();
-    void setPowered(bool powered);
+    // Emits propertyChanged("powered") when the state changes, or on every report BlueZ sends.
+    void setPowered(bool powered, bool reported);
 
     BluetoothAdapter* const q;
     std::unique_ptr<BluezManagerProxy> manager;

@@ -1,6 +1,10 @@
 #ifndef NFCUI_NFCDNAMES_H
 #define NFCUI_NFCDNAMES_H
 
+#include <QChar>
+#include <QString>
+#include <QStringList>
+
 // The names of the NFC daemon link on the system bus, shared by the agent side (platform/linux/nfcd),
 // the daemon, the tools and the tests. data/dbus/com.orvan.nfc.*.xml describes the interfaces.
 namespace Nfcd {
@@ -37,6 +41,7 @@ constexpr const char ErrorInvalidArguments[] = "com.orvan.nfc.Error.InvalidArgum
 constexpr const char ErrorNotRegistered[] = "com.orvan.nfc.Error.NotRegistered";
 constexpr const char ErrorReadOnly[] = "com.orvan.nfc.Error.ReadOnly";
 constexpr const char ErrorNotSupported[] = "com.orvan.nfc.Error.NotSupported";
+constexpr const char ErrorSuperseded[] = "com.orvan.nfc.Error.Superseded";
 
 // Errors of the UI agent.
 constexpr const char AgentErrorRejected[] = "com.orvan.nfc.UIAgent.Rejected";
@@ -48,6 +53,76 @@ constexpr const char AgentErrorCanceled[] = "com.orvan.nfc.UIAgent.Canceled";
 constexpr const char BusErrorAccessDenied[] = "org.freedesktop.DBus.Error.AccessDenied";
 constexpr const char BusErrorInvalidArgs[] = "org.freedesktop.DBus.Error.InvalidArgs";
 constexpr const char BusErrorUnknownMethod[] = "org.freedesktop.DBus.Error.UnknownMethod";
+
+// Checks of names that arrive from outside, as the bus itself defines them: a malformed name would
+// make QtDBus refuse the message, or assert.
+inline bool isNameElementChar(QChar c, bool first, bool allowDigitFirst, bool allowHyphen)
+{
+    const ushort u = c.unicode();
+    if ((u >= 'A' && u <= 'Z') || (u >= 'a' && u <= 'z') || u == '_')
+        return true;
+    if (u >= '0' && u <= '9')
+        return !first || allowDigitFirst;
+    return allowHyphen && u == '-';
+}
+
+// An interface or error name: two or more dot-separated elements, none starting with a digit.
+inline bool isValidErrorName(const QString& name)
+{
+    if (name.isEmpty() || name.size() > 255)
+        return false;
+    const QStringList elements = name.split(QLatin1Char('.'));
+    if (elements.size() < 2)
+        return false;
+    for (const QString& element : elements) {
+        if (element.isEmpty())
+            return false;
+        for (int i = 0; i < element.size(); ++i) {
+            if (!isNameElementChar(element.at(i), i == 0, false, false))
+                return false;
+        }
+    }
+    return true;
+}
+
+// A unique (":1.42") or well-known ("com.example.App") bus name.
+inline bool isValidBusName(const QString& name)
+{
+    if (name.isEmpty() || name.size() > 255)
+        return false;
+    const bool unique = name.startsWith(QLatin1Char(':'));
+    const QStringList elements = name.mid(unique ? 1 : 0).split(QLatin1Char('.'));
+    if (elements.size() < 2)
+        return false;
+    for (const QString& element : elements) {
+        if (element.isEmpty())
+            return false;
+        for (int i = 0; i < element.size(); ++i) {
+            if (!isNameElementChar(element.at(i), i == 0, unique, true))
+                return false;
+        }
+    }
+    return true;
+}
+
+// "/" or "/element/element", each element of [A-Za-z0-9_].
+inline bool isValidObjectPath(const QString& path)
+{
+    if (path == QLatin1String("/"))
+        return true;
+    if (!path.startsWith(QLatin1Char('/')) || path.endsWith(QLatin1Char('/')))
+        return false;
+    const QStringList elements = path.mid(1).split(QLatin1Char('/'));
+    for (const QString& element : elements) {
+        if (element.isEmpty())
+            return false;
+        for (QChar c : element) {
+            if (!isNameElementChar(c, false, true, false))
+                return false;
+        }
+    }
+    return true;
+}
 
 } // namespace Nfcd
 

@@ -1,7 +1,9 @@
-// OfflineMode: not written yet. The status is unknown.
+// The offline (flight) mode is the first modem's Online property: a modem that is not online has its
+// radio off. Without oFono or without modems nothing stops a call or a message here, so the status is
+// then not offline.
 #include "offlinemode.h"
 #include "linuxlogging.h"
-#include "placeholder.h"
+#include "ofonotypes.h"
 
 namespace ConnUi {
 
@@ -21,8 +23,12 @@ OfflineMode::~OfflineMode()
 
 int OfflineMode::currentStatus() const
 {
-    nfcuiMissing(lcOfono(), "The offline mode (OfflineMode)");
-    return Unknown;
+    const OfonoObjectList modems = Ofono::modems();
+    if (modems.isEmpty())
+        return Unknown;
+    const bool online = modems.first().properties.value(QStringLiteral("Online"), true).toBool();
+    qCDebug(lcOfono, "OfflineMode: %s is %s", qUtf8Printable(modems.first().path.path()), online ? "online" : "offline");
+    return online ? Online : Offline;
 }
 
 } // namespace ConnUi

@@ -42,8 +42,13 @@ public:
     }
 };
 
+Action::Action(const Action& other) = default;
+Action& Action::operator=(const Action& other) = default;
+Action::~Action() = default;
+
+// An invalid action.
 Action::Action()
-    : d(new ActionPrivate)
+    : Action(new ActionPrivate)
 {
 }
 
@@ -51,10 +56,6 @@ Action::Action(ActionPrivate* d)
     : d(d)
 {
 }
-
-Action::Action(const Action& other) = default;
-Action& Action::operator=(const Action& other) = default;
-Action::~Action() = default;
 
 bool Action::isValid() const
 {

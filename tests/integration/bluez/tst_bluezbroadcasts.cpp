@@ -105,7 +105,8 @@ private:
     int arrivedMarker = 0;
 };
 
-class tst_bluezbroadcasts : public QObject, public PluginFixture {
+class tst_BluezBroadcasts : public QObject, public PluginFixture
+{
     Q_OBJECT
 
 private:
@@ -317,5 +318,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_bluezbroadcasts)
+QTEST_GUILESS_MAIN(tst_BluezBroadcasts)
 #include "tst_bluezbroadcasts.moc"

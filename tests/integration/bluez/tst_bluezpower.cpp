@@ -16,7 +16,8 @@
 
 using ConnUi::NfcAgentBluetoothRequest;
 
-class tst_bluezpower : public QObject {
+class tst_BluezPower : public QObject
+{
     Q_OBJECT
 
 private Q_SLOTS:
@@ -45,31 +46,31 @@ private:
     BluezMock mock;
 };
 
-NfcAgentBluetoothRequest* tst_bluezpower::newRequest(NfcAgentBluetoothRequest::Type type)
+NfcAgentBluetoothRequest* tst_BluezPower::newRequest(NfcAgentBluetoothRequest::Type type)
 {
     return new NfcAgentBluetoothRequest(type, nullptr, QDBusObjectPath(QStringLiteral("/nfc/target/1")),
                                         QStringLiteral("00:1D:43:A0:00:01"), QStringLiteral("Headset"), 0x240404);
 }
 
-void tst_bluezpower::initTestCase()
+void tst_BluezPower::initTestCase()
 {
     QVERIFY2(QDBusConnection::systemBus().isConnected(), "no private system bus: run through scripts/isolated");
     QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     QVERIFY2(mock.start(), qPrintable(mock.lastError()));
 }
 
-void tst_bluezpower::init()
+void tst_BluezPower::init()
 {
     FakePlatform::reset();
     QVERIFY2(mock.reset(), qPrintable(mock.lastError()));
 }
 
-void tst_bluezpower::cleanupTestCase()
+void tst_BluezPower::cleanupTestCase()
 {
     mock.stop();
 }
 
-void tst_bluezpower::setsPoweredOnTheDefaultAdapter()
+void tst_BluezPower::setsPoweredOnTheDefaultAdapter()
 {
     QCOMPARE(mock.adapterProperties().value(QStringLiteral("Powered")), QVariant(false));
     QVERIFY(mock.clearCalls(BluezMock::adapterPath()));
@@ -90,7 +91,7 @@ void tst_bluezpower::setsPoweredOnTheDefaultAdapter()
     QCOMPARE(mock.adapterProperties().value(QStringLiteral("Powered")), QVariant(true));
 }
 
-void tst_bluezpower::sendsPoweredAsVariant()
+void tst_BluezPower::sendsPoweredAsVariant()
 {
     QScopedPointer<NfcAgentBluetoothRequest> request(newRequest());
     QVERIFY(request->ensureBluetoothIsPowered());
@@ -98,7 +99,7 @@ void tst_bluezpower::sendsPoweredAsVariant()
     QCOMPARE(mock.signatures(QStringLiteral("SetProperty")), QStringList {QStringLiteral("sv")});
 }
 
-void tst_bluezpower::asksDefaultAdapterBeforeSettingPower()
+void tst_BluezPower::asksDefaultAdapterBeforeSettingPower()
 {
     QScopedPointer<NfcAgentBluetoothRequest> request(newRequest());
     QVERIFY(request->ensureBluetoothIsPowered());
@@ -112,7 +113,7 @@ void tst_bluezpower::asksDefaultAdapterBeforeSettingPower()
     QCOMPARE(mock.signatures(QStringLiteral("DefaultAdapter")), QStringList {QString()});
 }
 
-void tst_bluezpower::usesNoStateOfTheRequest_data()
+void tst_BluezPower::usesNoStateOfTheRequest_data()
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<bool>("platformAdapter");
@@ -121,7 +122,7 @@ void tst_bluezpower::usesNoStateOfTheRequest_data()
     QTest::newRow("unknown type, no platform adapter") << 7 << false;
 }
 
-void tst_bluezpower::usesNoStateOfTheRequest()
+void tst_BluezPower::usesNoStateOfTheRequest()
 {
     QFETCH(int, type);
     QFETCH(bool, platformAdapter);
@@ -134,7 +135,7 @@ void tst_bluezpower::usesNoStateOfTheRequest()
     QCOMPARE(mock.calls(BluezMock::adapterPath()).size(), 1);
 }
 
-void tst_bluezpower::blueZAbsentIsReported()
+void tst_BluezPower::blueZAbsentIsReported()
 {
     mock.stop();
     QVERIFY(!BluezMock::isOnBus());
@@ -146,7 +147,7 @@ void tst_bluezpower::blueZAbsentIsReported()
     QCOMPARE(log.warnings(), QStringList {QStringLiteral("Bluez does not exist")});
 }
 
-void tst_bluezpower::defaultAdapterErrorIsReported_data()
+void tst_BluezPower::defaultAdapterErrorIsReported_data()
 {
     QTest::addColumn<QString>("errorName");
     QTest::addColumn<QString>("message");
@@ -159,7 +160,7 @@ void tst_bluezpower::defaultAdapterErrorIsReported_data()
                                              "Adapter \xe2\x80\x9ehci0\xe2\x80\x9c fehlt \xe2\x80\x93 sp\xc3\xa4ter");
 }
 
-void tst_bluezpower::defaultAdapterErrorIsReported()
+void tst_BluezPower::defaultAdapterErrorIsReported()
 {
     QFETCH(QString, errorName);
     QFETCH(QString, message);
@@ -176,7 +177,7 @@ void tst_bluezpower::defaultAdapterErrorIsReported()
     QCOMPARE(mock.adapterProperties().value(QStringLiteral("Powered")), QVariant(false));
 }
 
-void tst_bluezpower::defaultAdapterUnreachableIsReported()
+void tst_BluezPower::defaultAdapterUnreachableIsReported()
 {
     // BlueZ answers DefaultAdapter and leaves the bus right then: the adapter proxy has no owner behind
     // its name, which is what makes it invalid.
@@ -190,7 +191,7 @@ void tst_bluezpower::defaultAdapterUnreachableIsReported()
     QVERIFY(!BluezMock::isOnBus());
 }
 
-void tst_bluezpower::missingAdapterObjectFailsInSetProperty()
+void tst_BluezPower::missingAdapterObjectFailsInSetProperty()
 {
     // DefaultAdapter names an object that is not there. A proxy checks only that its path is well formed
     // and that its service has an owner, so it is valid; the SetProperty call then fails on the bus.
@@ -206,7 +207,7 @@ void tst_bluezpower::missingAdapterObjectFailsInSetProperty()
     QVERIFY2(expected.match(log.warnings().first()).hasMatch(), qPrintable(log.warnings().first()));
 }
 
-void tst_bluezpower::setPropertyErrorIsReported_data()
+void tst_BluezPower::setPropertyErrorIsReported_data()
 {
     QTest::addColumn<QString>("errorName");
     QTest::addColumn<QString>("message");
@@ -217,7 +218,7 @@ void tst_bluezpower::setPropertyErrorIsReported_data()
                                       << QString::fromUtf8("Funk gesperrt \xe2\x80\x93 \xc3\xa9tat bloqu\xc3\xa9");
 }
 
-void tst_bluezpower::setPropertyErrorIsReported()
+void tst_BluezPower::setPropertyErrorIsReported()
 {
     QFETCH(QString, errorName);
     QFETCH(QString, message);
@@ -237,7 +238,7 @@ void tst_bluezpower::setPropertyErrorIsReported()
     QCOMPARE(calls.at(0).args, (QVariantList {QStringLiteral("Powered"), true}));
 }
 
-void tst_bluezpower::failuresAreNotRetried()
+void tst_BluezPower::failuresAreNotRetried()
 {
     QVERIFY2(
         mock.setError(QStringLiteral("SetProperty"), QStringLiteral("org.bluez.Error.Failed"), QStringLiteral("Busy")),
@@ -250,7 +251,7 @@ void tst_bluezpower::failuresAreNotRetried()
     QCOMPARE(mock.calls(BluezMock::adapterPath()).size(), 1);
 }
 
-void tst_bluezpower::mockRefusesPoweredAsPlainBoolean()
+void tst_BluezPower::mockRefusesPoweredAsPlainBoolean()
 {
     // The mock, like BlueZ, takes the value only as a variant; this is what makes sendsPoweredAsVariant
     // meaningful.
@@ -265,5 +266,5 @@ void tst_bluezpower::mockRefusesPoweredAsPlainBoolean()
     QCOMPARE(mock.adapterProperties().value(QStringLiteral("Powered")), QVariant(false));
 }
 
-QTEST_GUILESS_MAIN(tst_bluezpower)
+QTEST_GUILESS_MAIN(tst_BluezPower)
 #include "tst_bluezpower.moc"

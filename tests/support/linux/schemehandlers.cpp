@@ -5,6 +5,9 @@
 #include <QStandardPaths>
 #include <QTextStream>
 
+#undef signals
+#include <gio/gio.h>
+
 QString SchemeHandlers::isolate(const QString& dir)
 {
     const QString system = dir + QStringLiteral("/system");
@@ -65,4 +68,13 @@ QStringList SchemeHandlers::opened(const QString& scheme) const
     if (!log.open(QIODevice::ReadOnly))
         return QStringList();
     return QString::fromUtf8(log.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+}
+
+bool SchemeHandlers::isHandled(const QString& scheme)
+{
+    GAppInfo* app = g_app_info_get_default_for_uri_scheme(scheme.toUtf8().constData());
+    if (!app)
+        return false;
+    g_object_unref(app);
+    return true;
 }

@@ -21,6 +21,9 @@ public:
 
     // Installs the recorder of scheme; returns an error message, or an empty string.
     QString install(const QString& scheme);
+    // Whether GIO already finds an application for scheme. GIO notices new desktop entries from its event
+    // loop, so a test waits for this (QTRY_VERIFY) after install() when GIO was asked about the scheme before.
+    static bool isHandled(const QString& scheme);
     // The URIs the recorder of scheme was started with, in order.
     QStringList opened(const QString& scheme) const;
 

@@ -1,0 +1,57 @@
+#include "adapterobject.h"
+#include "nfcdaemon.h"
+#include "nfcdnames.h"
+
+#include "adapteradaptor.h"
+
+AdapterObject::AdapterObject(NfcDaemon* daemon)
+    : QObject(daemon), m_daemon(daemon)
+{
+    new AdapterAdaptor(this);
+    connect(daemon, &NfcDaemon::confirmationEnabledChanged, this, [this](bool enabled) {
+        Q_EMIT PropertyChanged(QLatin1String(Nfcd::ConfirmationEnabledProperty), QDBusVariant(enabled));
+    });
+}
+
+bool AdapterObject::exportOn(QDBusConnection bus)
+{
+    return bus.registerObject(m_daemon->adapterPath().path(), this);
+}
+
+void AdapterObject::answer(const QDBusError& error)
+{
+    if (error.isValid())
+        sendErrorReply(error.name(), error.message());
+}
+
+void AdapterObject::RegisterUIAgent(const QDBusObjectPath& agent)
+{
+    answer(m_daemon->registerAgent(message().service(), agent));
+}
+
+void AdapterObject::UnregisterUIAgent(const QDBusObjectPath& agent)
+{
+    answer(m_daemon->unregisterAgent(message().service(), agent));
+}
+
+QVariantMap AdapterObject::GetProperties()
+{
+    return {{QLatin1String(Nfcd::PoweredProperty), true},
+            {QLatin1String(Nfcd::ConfirmationEnabledProperty), m_daemon->isConfirmationEnabled()}};
+}
+
+void AdapterObject::SetProperty(const QString& name, const QDBusVariant& value)
+{
+    if (name == QLatin1String(Nfcd::ConfirmationEnabledProperty)) {
+        if (value.variant().userType() != QMetaType::Bool) {
+            sendErrorReply(QLatin1String(Nfcd::ErrorInvalidArguments),
+                           QStringLiteral("ConfirmationEnabled takes a boolean"));
+            return;
+        }
+        m_daemon->setConfirmationEnabled(value.variant().toBool());
+    } else if (name == QLatin1String(Nfcd::PoweredProperty)) {
+        sendErrorReply(QLatin1String(Nfcd::ErrorReadOnly), QStringLiteral("Powered cannot be set"));
+    } else {
+        sendErrorReply(QLatin1String(Nfcd::ErrorInvalidArguments), QStringLiteral("No property %1").arg(name));
+    }
+}

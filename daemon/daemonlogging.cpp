@@ -1,0 +1,3 @@
+#include "daemonlogging.h"
+
+Q_LOGGING_CATEGORY(lcDaemon, "nfcui.daemon", QtInfoMsg)

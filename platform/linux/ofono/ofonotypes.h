@@ -1,0 +1,43 @@
+#ifndef NFCUI_OFONOTYPES_H
+#define NFCUI_OFONOTYPES_H
+
+#include <QDBusArgument>
+#include <QDBusObjectPath>
+#include <QList>
+#include <QMetaType>
+#include <QVariantMap>
+
+// An oFono object with its properties, as GetModems and GetCalls list them (a(oa{sv})).
+struct OfonoObject
+{
+    QDBusObjectPath path;
+    QVariantMap properties;
+};
+using OfonoObjectList = QList<OfonoObject>;
+
+QDBusArgument& operator<<(QDBusArgument& argument, const OfonoObject& object);
+const QDBusArgument& operator>>(const QDBusArgument& argument, OfonoObject& object);
+
+Q_DECLARE_METATYPE(OfonoObject)
+Q_DECLARE_METATYPE(OfonoObjectList)
+
+namespace Ofono {
+
+inline QString service() { return QStringLiteral("org.ofono"); }
+inline QString voiceCallManagerInterface() { return QStringLiteral("org.ofono.VoiceCallManager"); }
+inline QString messageManagerInterface() { return QStringLiteral("org.ofono.MessageManager"); }
+
+// The modems oFono knows, in its order; empty without oFono. Registers the types above on first use.
+// Blocks for at most the platform's time budget of one question.
+OfonoObjectList modems();
+
+// The first modem that offers interface, or nullptr.
+const OfonoObject* firstModemWith(const OfonoObjectList& modems, const QString& interface);
+
+// Opens uri with the desktop's default application for its scheme (x-scheme-handler/<scheme>).
+// False, with a warning, when there is none or it cannot be started.
+bool openWithSchemeHandler(const QString& uri);
+
+} // namespace Ofono
+
+#endif

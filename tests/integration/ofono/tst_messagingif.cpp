@@ -1,0 +1,121 @@
+// MessagingIf on Linux: sendSMS is MessageManager.SendMessage on the first modem; showSmsEditor opens an
+// sms: URI (recipients joined by commas, the body percent-encoded) in the desktop's sms: application.
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "messagingif.h"
+#include "ofonocontrol.h"
+#include "phonemocks.h"
+#include "schemehandlers.h"
+
+class tst_MessagingIf : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanupTestCase();
+
+    void sendSmsSendsOnTheFirstModem();
+    void sendSmsInFlightModeStillSends();
+    void sendSmsWithoutOfonoFailsWithAWarning();
+    // Before the sms: recorder is installed.
+    void editorWithoutSmsApplicationFailsWithAWarning();
+    void editorOpensTheSmsUri_data();
+    void editorOpensTheSmsUri();
+
+private:
+    QTemporaryDir m_dir;
+    std::unique_ptr<SchemeHandlers> m_handlers;
+    std::unique_ptr<MockService> m_ofono;
+};
+
+void tst_MessagingIf::initTestCase()
+{
+    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
+    QVERIFY(m_dir.isValid());
+    const QString isolated = SchemeHandlers::isolate(m_dir.path());
+    QVERIFY2(isolated.isEmpty(), qPrintable(isolated));
+    m_handlers = std::make_unique<SchemeHandlers>(m_dir.path() + QStringLiteral("/recorders"));
+    m_ofono = PhoneMocks::ofono();
+    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+}
+
+void tst_MessagingIf::init()
+{
+    if (!m_ofono->isOnBus())
+        QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    QVERIFY2(m_ofono->reset(), qPrintable(m_ofono->lastError()));
+}
+
+void tst_MessagingIf::cleanupTestCase()
+{
+    m_ofono.reset();
+}
+
+void tst_MessagingIf::sendSmsSendsOnTheFirstModem()
+{
+    MessagingIf messaging;
+    QVERIFY(messaging.sendSMS(QStringLiteral("+358401234567"), QStringLiteral("Hello, wörld"), true));
+    QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
+    QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).first().args,
+             (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("Hello, wörld")}));
+}
+
+void tst_MessagingIf::sendSmsInFlightModeStillSends()
+{
+    // oFono queues it; deciding about flight mode is the caller's business.
+    QVERIFY(OfonoControl::setOnline(*m_ofono, false));
+    MessagingIf messaging;
+    QVERIFY(messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), false));
+    QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
+}
+
+void tst_MessagingIf::sendSmsWithoutOfonoFailsWithAWarning()
+{
+    m_ofono->stop();
+    MessagingIf messaging;
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no modem sends text messages")));
+    QVERIFY(!messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), false));
+}
+
+void tst_MessagingIf::editorWithoutSmsApplicationFailsWithAWarning()
+{
+    MessagingIf messaging;
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no application for sms: URIs")));
+    QVERIFY(!messaging.showSmsEditor({QStringLiteral("123")}, QStringLiteral("body"), QString()));
+}
+
+void tst_MessagingIf::editorOpensTheSmsUri_data()
+{
+    QTest::addColumn<QStringList>("recipients");
+    QTest::addColumn<QString>("body");
+    QTest::addColumn<QString>("uri");
+    QTest::newRow("one recipient") << QStringList{QStringLiteral("+358401234567")} << QStringLiteral("Hi")
+                                   << QStringLiteral("sms:+358401234567?body=Hi");
+    QTest::newRow("recipients joined by commas")
+        << QStringList{QStringLiteral("123"), QStringLiteral("456")} << QStringLiteral("Hi") << QStringLiteral("sms:123,456?body=Hi");
+    QTest::newRow("body percent-encoded") << QStringList{QStringLiteral("123")} << QStringLiteral("Meet at 5 & bring ä?")
+                                          << QStringLiteral("sms:123?body=Meet%20at%205%20%26%20bring%20%C3%A4%3F");
+    QTest::newRow("no body") << QStringList{QStringLiteral("123")} << QString() << QStringLiteral("sms:123");
+}
+
+void tst_MessagingIf::editorOpensTheSmsUri()
+{
+    QFETCH(QStringList, recipients);
+    QFETCH(QString, body);
+    QFETCH(QString, uri);
+    const QString installed = m_handlers->install(QStringLiteral("sms"));
+    QVERIFY2(installed.isEmpty(), qPrintable(installed));
+    QTRY_VERIFY(SchemeHandlers::isHandled(QStringLiteral("sms")));
+    const int before = m_handlers->opened(QStringLiteral("sms")).size();
+
+    MessagingIf messaging;
+    QVERIFY(messaging.showSmsEditor(recipients, body, QString()));
+    QTRY_COMPARE(m_handlers->opened(QStringLiteral("sms")).size(), before + 1);
+    QCOMPARE(m_handlers->opened(QStringLiteral("sms")).last(), uri);
+}
+
+QTEST_GUILESS_MAIN(tst_MessagingIf)
+#include "tst_messagingif.moc"
