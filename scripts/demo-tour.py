@@ -17,6 +17,7 @@ the system defines, 1 with the failing steps named otherwise.
 import argparse
 import json
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -185,16 +186,15 @@ class Tour:
         host = [os.path.join(self.build, 'bin', 'nfcui-host'), '--automation',
                 '--plugin', os.path.join(self.build, 'lib', 'libnfcagentdialogplugin.so'),
                 '--screenshots', self.screenshots]
+        self.host_argv = host
         self.start('host', host)
         self.wait_for_name(self.session, 'com.orvan.DialogServer', 'nfcui-host')
+        self.connect_automation()
+        # The agent registers once the plugin is initialized.
+        self.wait_agent(0)
+
+    def connect_automation(self):
         self.automation = dbus.Interface(self.session.get_object(AUTOMATION[0], AUTOMATION[1]), AUTOMATION[2])
-        # The agent registers once the plugin is initialized: wait until the daemon accepts touches.
-        deadline = time.time() + 15
-        while time.time() < deadline:
-            if 'UI agent registered' in self.read_log('daemon') or 'RegisterUIAgent' in self.read_log('daemon'):
-                break
-            time.sleep(0.1)
-        time.sleep(0.3)
 
     def read_log(self, name):
         try:
@@ -256,10 +256,15 @@ class Tour:
             raise Failure(message)
 
     def dialog_step(self, sim_args, expect_class, check_properties, result, application='', direct=False,
-                    expect_reply='granted'):
+                    expect_reply='granted', expect_dialog=True):
         """Touch, wait for the dialog, check it, answer it, check the daemon's reply."""
         seen = set(self.known_dialogs())
         process = self.sim(*sim_args)
+        if not expect_dialog:
+            reply = self.sim_reply(process)
+            self.expect(not (set(self.known_dialogs()) - seen), 'a dialog was shown')
+            self.expect(reply.get('result') == expect_reply, 'the daemon got %s, expected %s' % (reply, expect_reply))
+            return None, {}, reply
         dialog_id, properties = self.wait_dialog(seen)
         self.expect(properties.get('class') == expect_class,
                     'expected a %s, got %s' % (expect_class, properties))
@@ -351,19 +356,31 @@ class Tour:
         return 'text: dialog "%s", answered Open, daemon: %s, note stored and opened in the notes application' % (
             p['text'], r['result'])
 
+    def choose_browser(self, uri, application=None):
+        """Touches an http: link, which both browsers handle, and answers the choice."""
+        seen = set(self.known_dialogs())
+        process = self.sim('touch', '--uri', uri)
+        dialog_id, p = self.wait_dialog(seen)
+        self.expect(p.get('class') == 'NfcTagReadPermissionDialog' and p.get('kind') == 'choice',
+                    'expected a choice, got %s' % p)
+        self.expect(sorted(p['choices']) == ['demo-browser', 'demo-browser-two'], 'choices %s' % p['choices'])
+        chosen = application if application is not None else p['choices'][-1]
+        chosen = chosen or p['preselected']  # '' keeps the preselected one
+        self.answer(dialog_id, OK, chosen, False)
+        reply = self.sim_reply(process)
+        self.expect(reply.get('result') == 'granted', 'the daemon got %s' % reply)
+        self.wait_opened('%s %s' % (chosen, uri))
+        return p, chosen, reply
+
     def step_two_browsers(self):
-        _, first, r1 = self.dialog_step(['touch', '--uri', 'http://example.net/'], 'NfcTagReadPermissionDialog',
-                                        {'kind': 'choice'}, OK, application='demo-browser-two')
-        self.expect(sorted(first['choices']) == ['demo-browser', 'demo-browser-two'],
-                    'choices %s' % first['choices'])
-        self.wait_opened('demo-browser-two http://example.net/')
-        _, second, r2 = self.dialog_step(['touch', '--uri', 'http://example.net/again'],
-                                         'NfcTagReadPermissionDialog',
-                                         {'kind': 'choice', 'preselected': 'demo-browser-two'}, OK)
-        self.wait_opened('demo-browser-two http://example.net/again')
-        return 'choice: %s offered, Second Browser chosen, daemon: %s; next time preselected %s, daemon: %s, ' \
-               'opened demo-browser-two' % (', '.join(first['choices']), r1['result'], second['preselected'],
-                                            r2['result'])
+        first, chosen, r1 = self.choose_browser('http://example.net/')
+        self.expect(first['preselected'] != chosen, 'the choice was preselected before it was made')
+        second, _, r2 = self.choose_browser('http://example.net/again', application='')
+        self.expect(second['preselected'] == chosen, 'preselected %s, expected the remembered %s' % (
+            second['preselected'], chosen))
+        return 'choice: %s offered with %s preselected, %s chosen, daemon: %s; next time %s preselected, ' \
+               'daemon: %s, opened %s' % (', '.join(first['choices']), first['preselected'], chosen, r1['result'],
+                                          second['preselected'], r2['result'], chosen)
 
     def step_empty_tag(self):
         _, p, r = self.dialog_step(['touch', '--hex', 'd00000'], 'NfcTagNotSupportedDialog', {'errorType': 1}, OK,
@@ -407,8 +424,137 @@ class Tour:
         return 'sharing: permission dialog for %s, answered Share, daemon: %s' % (', '.join(p['resources']),
                                                                                   r['result'])
 
+    def step_headset(self):
+        headset, old = '00:11:22:33:44:66', '00:11:22:33:44:77'
+        uuids = dbus.Array(['00001108-0000-1000-8000-00805f9b34fb', '0000111e-0000-1000-8000-00805f9b34fb'],
+                           signature='s')
+        bluez = dbus.Interface(self.system.get_object('org.bluez', '/'), 'org.bluez.Mock')
+        bluez.AddDevice(old, dbus.Dictionary({'Name': 'Old headset', 'Paired': True, 'UUIDs': uuids,
+                                              'AudioState': 'connected'}, signature='sv'))
+        bluez.SetPairing(headset, dbus.Dictionary({
+            'Agent': dbus.Array(['RequestPinCode'], signature='s'),
+            'Properties': dbus.Dictionary({'Name': 'Headset', 'UUIDs': uuids}, signature='sv')}, signature='sv'))
+        _, p, r = self.dialog_step(['pair', headset, 'Headset', '--cod', '0x240404', '--pin', '1234'],
+                                   'NfcPairingDialog', {'classOfDevice': 0x240404}, OK)
+        replies = [str(x) for x in bluez.AgentReplies()]
+        self.expect(replies == ['RequestPinCode:1234'], 'the PIN was not given to BlueZ: %s' % replies)
+        adapter = '/org/bluez/1000/hci0'
+        device = lambda address: adapter + '/dev_' + address.replace(':', '_')
+        deadline = time.time() + 10
+        while time.time() < deadline:
+            if self.mock_calls(self.system, 'org.bluez', device(headset), 'org.bluez.Audio.Connect'):
+                break
+            time.sleep(0.05)
+        self.expect(self.mock_calls(self.system, 'org.bluez', device(headset), 'org.bluez.Audio.Connect'),
+                    'the headset was not connected')
+        self.expect(self.mock_calls(self.system, 'org.bluez', device(old), 'org.bluez.Audio.Disconnect'),
+                    'the other headset was not disconnected first')
+        return 'headset: pairing dialog (audio device), answered Pair, PIN 1234 given to BlueZ, daemon: %s, ' \
+               'the old headset disconnected, the new one connected' % r['result']
+
+    # -- faults: not part of the tour, run by the end-to-end tests
+
+    def process(self, name):
+        for pname, process in self.processes:
+            if pname == name and process.poll() is None:
+                return process
+        return None
+
+    def stop(self, name):
+        process = self.process(name)
+        process.send_signal(signal.SIGTERM)
+        process.wait(timeout=10)
+        self.processes = [(n, p) for n, p in self.processes if p is not process]
+
+    def registrations(self):
+        return len(re.findall(r'UI agent \S+ \S+ registered', self.read_log('daemon')))
+
+    def wait_agent(self, before, timeout=15):
+        """Until the daemon's log shows one more registration of a UI agent than before."""
+        deadline = time.time() + timeout
+        while time.time() < deadline:
+            if self.registrations() > before:
+                return
+            time.sleep(0.05)
+        raise Failure('no UI agent registered with the daemon within %ss' % timeout)
+
+    def text_note_works(self):
+        _, p, r = self.dialog_step(['touch', '--text', 'After the fault'], 'NfcTagReadPermissionDialog',
+                                   {'kind': 'text', 'text': 'After the fault'}, OK)
+        return r['result']
+
+    def step_fault_daemon_restart(self):
+        seen = set(self.known_dialogs())
+        process = self.sim('touch', '--text', 'Left open')
+        self.wait_dialog(seen)
+        self.stop('daemon')
+        process.communicate(timeout=35)
+        self.start('daemon', [os.path.join(self.build, 'bin', 'nfcui-daemon'), '--simulator'])
+        self.wait_for_name(self.system, 'com.orvan.nfc', 'nfcui-daemon')
+        self.wait_agent(0)
+        self.tidy_up()
+        result = self.text_note_works()
+        return 'daemon restarted with a dialog open: the agent registered again, the next tag: %s' % result
+
+    def step_fault_host_quits(self):
+        seen = set(self.known_dialogs())
+        process = self.sim('touch', '--text', 'Left open')
+        self.wait_dialog(seen)
+        started = time.time()
+        self.stop('host')
+        reply = self.sim_reply(process, timeout=15)
+        waited = time.time() - started
+        # Nothing hangs: the daemon's call ends with an error at once. The plugin never deletes its
+        # agent, so the call ends when the host's connection goes (NoReply) unless the agent object was
+        # deleted first (Canceled).
+        self.expect(reply.get('error') in ('com.orvan.nfc.UIAgent.Canceled', 'org.freedesktop.DBus.Error.NoReply'),
+                    'the daemon got %s' % reply)
+        self.expect(waited < 5, 'the daemon waited %.1fs' % waited)
+        self.expect(self.process('daemon') is not None, 'the daemon did not survive')
+        before = self.registrations()
+        self.start('host', self.host_argv)
+        self.wait_for_name(self.session, 'com.orvan.DialogServer', 'nfcui-host')
+        self.connect_automation()
+        self.wait_agent(before)
+        result = self.text_note_works()
+        return 'host quit with a dialog open: the daemon got %s after %.1fs; a new host works (%s)' % (
+            reply['error'], waited, result)
+
+    def step_fault_notes_absent(self):
+        self.stop('notes')
+        try:
+            result = self.text_note_works()
+            deadline = time.time() + 10
+            while time.time() < deadline and 'openNote' not in self.read_log('host'):
+                time.sleep(0.05)
+            self.expect(self.process('host') is not None, 'the host did not survive')
+            self.expect('openNote' in self.read_log('host'), 'the failed notes call was not logged')
+        finally:
+            self.start_mock('notes', os.path.join(MOCKS, 'notes.py'), False, 'com.orvan.Notes')
+        return 'notes service absent: the text was still stored, the failed call logged, daemon: %s' % result
+
+    def step_fault_defaults_unwritable(self):
+        folder = os.path.join(os.environ['HOME'], '.nfc')
+        shutil.rmtree(folder, ignore_errors=True)
+        with open(folder, 'w') as f:
+            f.write('a file where the folder of the defaults file should be\n')
+        try:
+            first, chosen, r1 = self.choose_browser('http://example.net/')
+            deadline = time.time() + 5
+            while time.time() < deadline and 'Unable to write' not in self.read_log('host'):
+                time.sleep(0.05)
+            self.expect('Unable to write' in self.read_log('host'), 'the failed write was not logged')
+            second, _, r2 = self.choose_browser('http://example.net/again', application='')
+            self.expect(second['preselected'] != chosen, 'the choice was remembered: %s' % second)
+        finally:
+            os.remove(folder)
+        return 'defaults file unwritable: %s opened (daemon: %s), the failed write logged, the choice not ' \
+               'remembered, the next tag answered too (daemon: %s)' % (chosen, r1['result'], r2['result'])
+
+    FAULTS = ['fault_daemon_restart', 'fault_host_quits', 'fault_notes_absent', 'fault_defaults_unwritable']
+
     STEPS = ['web_link', 'smart_poster', 'call', 'sms_offline', 'contact_card', 'text_note', 'two_browsers',
-             'empty_tag', 'unreadable_tag', 'foreground_application', 'sharing']
+             'empty_tag', 'unreadable_tag', 'foreground_application', 'headset', 'sharing']
 
     def run(self, steps):
         failures = []
@@ -487,7 +633,7 @@ def main():
     parser.add_argument('--screenshots')
     parser.add_argument('--headless', action='store_true')
     parser.add_argument('--interactive', action='store_true')
-    parser.add_argument('--step', action='append', choices=Tour.STEPS)
+    parser.add_argument('--step', action='append', choices=Tour.STEPS + Tour.FAULTS)
     options = parser.parse_args()
     options.interactive_answers = not options.headless and not options.interactive
     if options.interactive_answers:
