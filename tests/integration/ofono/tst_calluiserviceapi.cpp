@@ -6,6 +6,7 @@
 
 #include "calluiserviceapi.h"
 #include "ofonocontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "schemehandlers.h"
 
@@ -32,20 +33,14 @@ private:
 
 void tst_CallUiServiceApi::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
-    QVERIFY(m_dir.isValid());
-    const QString isolated = SchemeHandlers::isolate(m_dir.path());
-    QVERIFY2(isolated.isEmpty(), qPrintable(isolated));
-    m_handlers = std::make_unique<SchemeHandlers>(m_dir.path() + QStringLiteral("/recorders"));
+    MockSuite::recordSchemeHandlers(m_dir, m_handlers);
     m_ofono = PhoneMocks::ofono();
-    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    MockSuite::startOnPrivateBus(*m_ofono);
 }
 
 void tst_CallUiServiceApi::init()
 {
-    if (!m_ofono->isOnBus())
-        QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
-    QVERIFY2(m_ofono->reset(), qPrintable(m_ofono->lastError()));
+    MockSuite::restartAndReset(*m_ofono);
 }
 
 void tst_CallUiServiceApi::cleanupTestCase()
@@ -59,10 +54,11 @@ void tst_CallUiServiceApi::callDialsOnTheFirstModem()
     QVERIFY(calls.RequestCellularCall(QStringLiteral("+358401234567")));
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     const MockCall dial = OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).first();
-    QCOMPARE(dial.args, (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("default")}));
+    QCOMPARE(dial.args, (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("default")}));
     // The mock answers Dial with the call's object path, as oFono does.
-    const QDBusMessage dialled = m_ofono->call(PhoneMocks::ofonoModemPath(), QStringLiteral("org.ofono.VoiceCallManager"),
-                                               QStringLiteral("Dial"), {QStringLiteral("1"), QStringLiteral("default")});
+    const QDBusMessage dialled =
+        m_ofono->call(PhoneMocks::ofonoModemPath(), QStringLiteral("org.ofono.VoiceCallManager"),
+                      QStringLiteral("Dial"), {QStringLiteral("1"), QStringLiteral("default")});
     QCOMPARE(dialled.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(dialled.signature(), QStringLiteral("o"));
 }
@@ -74,7 +70,8 @@ void tst_CallUiServiceApi::dialFailureIsLoggedAfterTheRequestWasSent()
                                QStringLiteral("raise dbus.exceptions.DBusException('No network', "
                                               "name='org.ofono.Error.Failed')")));
     CallUi::CallUiServiceApi calls;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("calling 123 failed: org.ofono.Error.Failed")));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("calling 123 failed: org.ofono.Error.Failed")));
     QVERIFY(calls.RequestCellularCall(QStringLiteral("123")));
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     QTest::qWait(200);
@@ -88,7 +85,7 @@ void tst_CallUiServiceApi::withoutModemTheTelApplicationIsOpened()
     m_ofono->stop();
     CallUi::CallUiServiceApi calls;
     QVERIFY(calls.RequestCellularCall(QStringLiteral("+358401234567")));
-    QTRY_COMPARE(m_handlers->opened(QStringLiteral("tel")), QStringList{QStringLiteral("tel:+358401234567")});
+    QTRY_COMPARE(m_handlers->opened(QStringLiteral("tel")), QStringList {QStringLiteral("tel:+358401234567")});
 }
 
 void tst_CallUiServiceApi::withoutModemAndTelApplicationAWarning()

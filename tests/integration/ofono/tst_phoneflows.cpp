@@ -11,6 +11,7 @@
 #include "nfcagenttagreadrequest.h"
 #include "nfctagreadpermissiondialog.h"
 #include "ofonocontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 #include "schemehandlers.h"
@@ -31,8 +32,7 @@ QByteArray uriMessage(char code, const QByteArray& rest)
     return message;
 }
 
-template<typename T>
-T* waitForDialog(const RecordingDialogServer& server)
+template<typename T> T* waitForDialog(const RecordingDialogServer& server)
 {
     if (!QTest::qWaitFor([&] { return qobject_cast<T*>(server.lastShown()) != nullptr; }, 5000))
         return nullptr;
@@ -64,11 +64,8 @@ private:
 
 void tst_PhoneFlows::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
-    QVERIFY(m_dir.isValid());
-    const QString isolated = SchemeHandlers::isolate(m_dir.path());
-    QVERIFY2(isolated.isEmpty(), qPrintable(isolated));
-    m_handlers = std::make_unique<SchemeHandlers>(m_dir.path() + QStringLiteral("/recorders"));
+    MockSuite::requirePrivateBuses();
+    MockSuite::recordSchemeHandlers(m_dir, m_handlers);
     for (const QString& scheme : {QStringLiteral("tel"), QStringLiteral("sms")}) {
         const QString installed = m_handlers->install(scheme);
         QVERIFY2(installed.isEmpty(), qPrintable(installed));
@@ -76,9 +73,9 @@ void tst_PhoneFlows::initTestCase()
     QVERIFY2(m_translator.load(QStringLiteral(NFCUI_TRANSLATIONS_QM)), NFCUI_TRANSLATIONS_QM);
     QCoreApplication::installTranslator(&m_translator);
     m_ofono = PhoneMocks::ofono();
-    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    MockSuite::startOnPrivateBus(*m_ofono);
     m_screenSaver = PhoneMocks::screenSaver();
-    QVERIFY2(m_screenSaver->start(), qPrintable(m_screenSaver->lastError()));
+    MockSuite::startOnPrivateBus(*m_screenSaver);
 }
 
 void tst_PhoneFlows::init()
@@ -109,7 +106,7 @@ void tst_PhoneFlows::telTagDialsOnTheModem()
     QCOMPARE(rejected.size(), 0);
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).first().args,
-             (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("default")}));
+             (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("default")}));
     QCOMPARE(m_handlers->opened(QStringLiteral("tel")), QStringList());
 }
 
@@ -136,7 +133,7 @@ void tst_PhoneFlows::smsTagInFlightModeIsSentDirectlyAfterYes()
     QCOMPARE(rejected.size(), 0);
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).first().args,
-             (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("Hello there")}));
+             (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("Hello there")}));
     QCOMPARE(m_handlers->opened(QStringLiteral("sms")), QStringList());
 }
 
