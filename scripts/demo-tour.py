@@ -551,7 +551,41 @@ class Tour:
         return 'defaults file unwritable: %s opened (daemon: %s), the failed write logged, the choice not ' \
                'remembered, the next tag answered too (daemon: %s)' % (chosen, r1['result'], r2['result'])
 
-    FAULTS = ['fault_daemon_restart', 'fault_host_quits', 'fault_notes_absent', 'fault_defaults_unwritable']
+    def restart_host(self, environment):
+        self.stop('host')
+        before = self.registrations()
+        env = os.environ.copy()
+        env.update(environment)
+        self.start('host', self.host_argv, env)
+        self.wait_for_name(self.session, 'com.orvan.DialogServer', 'nfcui-host')
+        self.connect_automation()
+        self.wait_agent(before)
+
+    def step_finnish(self):
+        """With a Finnish locale the plugin picks the Finnish title and asks its question in Finnish."""
+        self.restart_host({'LANG': 'fi_FI.UTF-8', 'LC_ALL': 'fi_FI.UTF-8'})
+        data = smart_poster('https://example.org/menu', [('en', 'Menu'), ('fi', 'Ruokalista')])
+        _, p, r = self.dialog_step(['touch', '--hex', data.hex()], 'NfcTagReadPermissionDialog',
+                                   {'kind': 'uri', 'text': 'Ruokalista'}, OK)
+        mock = dbus.Interface(self.system.get_object('org.ofono', '/'), 'org.freedesktop.DBus.Mock')
+        mock.SetModemOnline('ril_0', False)
+        try:
+            seen = set(self.known_dialogs())
+            process = self.sim('touch', '--uri', 'sms:+358401234567?body=Moi')
+            dialog_id, _ = self.wait_dialog(seen)
+            self.answer(dialog_id, OK, '', True)
+            box_id, box = self.wait_dialog(seen)
+            self.expect(box.get('title') == 'Poistutaanko offline-tilasta?', 'the question is %s' % box)
+            self.answer(box_id, NO)
+            reply = self.sim_reply(process)
+            self.expect(reply.get('result') == 'rejected', 'the daemon got %s' % reply)
+        finally:
+            mock.SetModemOnline('ril_0', True)
+            self.restart_host({})
+        return 'Finnish locale: Smart Poster titled "%s", offline question "%s" answered No, daemon: %s' % (
+            p['text'], box['title'], reply['result'])
+
+    FAULTS = ['finnish', 'fault_daemon_restart', 'fault_host_quits', 'fault_notes_absent', 'fault_defaults_unwritable']
 
     STEPS = ['web_link', 'smart_poster', 'call', 'sms_offline', 'contact_card', 'text_note', 'two_browsers',
              'empty_tag', 'unreadable_tag', 'foreground_application', 'headset', 'sharing']

@@ -110,8 +110,17 @@ void installTranslations(QCoreApplication* app)
     }
 }
 
+// A screen the windows can go to. The offscreen platform draws (for screenshots) but shows nothing.
+bool isOffscreen()
+{
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    return platform == "offscreen" || platform == "minimal";
+}
+
 bool hasDisplay()
 {
+    if (isOffscreen())
+        return false;
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
            || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
@@ -142,7 +151,7 @@ int main(int argc, char** argv)
     static int qtArgc = 1;
     static char* qtArgv[] = {argv[0], nullptr};
     std::unique_ptr<QCoreApplication> application;
-    if (display || wantsScreenshots)
+    if (display || wantsScreenshots || isOffscreen())
         application = std::make_unique<QApplication>(qtArgc, qtArgv);
     else
         application = std::make_unique<QCoreApplication>(qtArgc, qtArgv);

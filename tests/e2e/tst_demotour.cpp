@@ -44,6 +44,7 @@ private Q_SLOTS:
     void aForegroundApplicationGetsTheDataWithoutADialog() { runStep(QStringLiteral("foreground_application")); }
     void aHeadsetIsPairedWithItsPinAndConnectedAfterTheOtherIsDisconnected() { runStep(QStringLiteral("headset")); }
     void sharingIsPermitted() { runStep(QStringLiteral("sharing")); }
+    void withAFinnishLocaleTitlesAndQuestionsAreFinnish() { runStep(QStringLiteral("finnish")); }
 
     void theDaemonRestartingWhileADialogIsOpenLeavesTheNextTagWorking()
     {
