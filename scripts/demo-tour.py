@@ -206,10 +206,13 @@ class Tour:
     # -- helpers for steps
 
     def sim(self, *arguments):
-        argv = [os.path.join(self.build, 'bin', 'nfcui-sim'), '--json', '--timeout', '30'] + list(arguments)
+        wait = '120' if self.options.interactive_answers else '30'
+        argv = [os.path.join(self.build, 'bin', 'nfcui-sim'), '--json', '--timeout', wait] + list(arguments)
         return subprocess.Popen(argv, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
 
-    def sim_reply(self, process, timeout=35):
+    def sim_reply(self, process, timeout=None):
+        if timeout is None:
+            timeout = 125 if self.options.interactive_answers else 35
         out, err = process.communicate(timeout=timeout)
         line = out.strip().splitlines()[-1] if out.strip() else ''
         try:
@@ -229,7 +232,15 @@ class Tour:
 
     def answer(self, dialog_id, result, application='', direct=False):
         if self.options.interactive_answers:
-            return  # the user answers in the window
+            # The user answers in the window; the step says what it expects.
+            buttons = {OK: 'Open (or OK, Pair, Share)', YES: 'Yes', NO: 'No', CANCEL: 'Cancel'}
+            what = buttons.get(result, str(result))
+            if application:
+                what = 'choose %s, then %s' % (application, what)
+            if direct:
+                what = 'tick the direct action (Call now, Send now), then %s' % what
+            print('     -> in the window: %s' % what, flush=True)
+            return
         self.automation.Answer(dialog_id, result, application, direct)
 
     def opened(self):
