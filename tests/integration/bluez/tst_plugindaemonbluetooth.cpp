@@ -6,6 +6,7 @@
 
 #include "answerpresenter.h"
 #include "bluezcontrol.h"
+#include "handovermocks.h"
 #include "dialogserver.h"
 #include "nfcdtestsupport.h"
 #include "mocksuite.h"
@@ -26,7 +27,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void pairingWithPinIsGrantedAndConnectsAudio();
     void pairingRefusedByTheDeviceReachesTheDaemonAsItsBluezErrorName();
@@ -35,9 +35,7 @@ private Q_SLOTS:
 private:
     int sim(const QStringList& arguments, QByteArray* out);
 
-    std::unique_ptr<MockService> m_bluez;
-    std::unique_ptr<MockService> m_notifications;
-    std::unique_ptr<MockService> m_screenSaver;
+    HandoverMocks m_mocks;
     std::unique_ptr<DaemonProcess> m_daemon;
     std::unique_ptr<Host::DialogServer> m_server;
     std::unique_ptr<Host::AnswerPresenter> m_presenter;
@@ -46,19 +44,12 @@ private:
 
 void tst_PluginDaemonBluetooth::initTestCase()
 {
-    m_bluez = PhoneMocks::bluez4();
-    MockSuite::startOnPrivateBus(*m_bluez);
-    m_notifications = PhoneMocks::notifications();
-    MockSuite::startOnPrivateBus(*m_notifications);
-    m_screenSaver = PhoneMocks::screenSaver();
-    MockSuite::startOnPrivateBus(*m_screenSaver);
+    m_mocks.start();
 }
 
 void tst_PluginDaemonBluetooth::init()
 {
-    QVERIFY2(m_bluez->reset(), qPrintable(m_bluez->lastError()));
-    QVERIFY(BluezControl::setAdapterProperty(*m_bluez, QStringLiteral("Powered"), true));
-    QVERIFY(m_notifications->clearCalls(PhoneMocks::notificationsPath()));
+    m_mocks.resetWithPoweredAdapter();
 
     m_daemon = std::make_unique<DaemonProcess>(QStringList {QStringLiteral("--simulator")});
     QVERIFY2(m_daemon->start(), qPrintable(m_daemon->error()));
@@ -81,13 +72,6 @@ void tst_PluginDaemonBluetooth::cleanup()
     m_daemon.reset();
 }
 
-void tst_PluginDaemonBluetooth::cleanupTestCase()
-{
-    m_bluez.reset();
-    m_notifications.reset();
-    m_screenSaver.reset();
-}
-
 int tst_PluginDaemonBluetooth::sim(const QStringList& arguments, QByteArray* out)
 {
     QByteArray err;
@@ -99,7 +83,7 @@ int tst_PluginDaemonBluetooth::sim(const QStringList& arguments, QByteArray* out
 
 void tst_PluginDaemonBluetooth::pairingWithPinIsGrantedAndConnectsAudio()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, headset,
+    QVERIFY(BluezControl::setPairing(*m_mocks.bluez, headset,
                                      {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}},
                                       {QStringLiteral("Properties"),
                                        QVariantMap {{QStringLiteral("Name"), QStringLiteral("Headset")},
@@ -110,15 +94,15 @@ void tst_PluginDaemonBluetooth::pairingWithPinIsGrantedAndConnectsAudio()
                  &out),
              0);
     QVERIFY2(out.startsWith("granted "), out.constData());
-    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
-    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset))
+    QCOMPARE(BluezControl::agentReplies(*m_mocks.bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
+    QVERIFY(PhoneMocks::callNames(*m_mocks.bluez, PhoneMocks::bluezDevicePath(headset))
                 .contains(QStringLiteral("org.bluez.Audio.Connect")));
 }
 
 void tst_PluginDaemonBluetooth::pairingRefusedByTheDeviceReachesTheDaemonAsItsBluezErrorName()
 {
     QVERIFY(BluezControl::setPairing(
-        *m_bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+        *m_mocks.bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     QByteArray out;
     QCOMPARE(sim({QStringLiteral("pair"), headset, QStringLiteral("Headset")}, &out), 4);
     QVERIFY2(out.startsWith("error org.bluez.Error.AuthenticationRejected"), out.constData());
