@@ -169,8 +169,7 @@ void BluetoothConnectionManager::connect()
 {
     if (d->devicePath(BusDeadline::start()).isEmpty()) {
         // Reported from the event loop, as a call's answer would be.
-        QTimer::singleShot(0, this,
-                           [this] { d->fail(BluetoothConnectionManagerPrivate::Connect, errorDoesNotExist); });
+        QTimer::singleShot(0, this, [this] { d->fail(BluetoothConnectionManagerPrivate::Connect, errorDoesNotExist); });
         return;
     }
     d->call(BluetoothConnectionManagerPrivate::Connect, 0);
@@ -179,8 +178,8 @@ void BluetoothConnectionManager::connect()
 void BluetoothConnectionManager::disconnect()
 {
     if (d->devicePath(BusDeadline::start()).isEmpty()) {
-        QTimer::singleShot(
-            0, this, [this] { d->fail(BluetoothConnectionManagerPrivate::Disconnect, errorDoesNotExist); });
+        QTimer::singleShot(0, this,
+                           [this] { d->fail(BluetoothConnectionManagerPrivate::Disconnect, errorDoesNotExist); });
         return;
     }
     d->call(BluetoothConnectionManagerPrivate::Disconnect, 0);

@@ -7,10 +7,10 @@
 
 #include "bluetoothpairingprocess_p.h"
 #include "bluezcontrol.h"
-#include "handovermocks.h"
 #include "dialog.h"
-#include "nfcagentbluetoothrequest.h"
+#include "handovermocks.h"
 #include "mocksuite.h"
+#include "nfcagentbluetoothrequest.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 
@@ -134,7 +134,8 @@ void tst_BluetoothFlows::connectionFirstDisconnectsAnotherHeadset()
 void tst_BluetoothFlows::pairingRefusedByTheDeviceFailsWithItsBluezErrorName()
 {
     QVERIFY(BluezControl::setPairing(
-        *m_mocks.bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+        *m_mocks.bluez, headset,
+        {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     RecordingDialogServer server;
     server.answerWith(ConnUi::Dialog::Ok);
     NfcAgentBluetoothRequest request(NfcAgentBluetoothRequest::Pairing, &server, target, headset,

@@ -58,7 +58,10 @@ QStringList methodsOf(const QString& xml, const QString& interface)
     return methods;
 }
 
-enum class Expect { Success, Failure };
+enum class Expect {
+    Success,
+    Failure
+};
 
 // Pairs with the device at address and waits until the pairing finished; a failure is logged, so a
 // pairing expected to fail expects that warning.

@@ -6,10 +6,10 @@
 
 #include "answerpresenter.h"
 #include "bluezcontrol.h"
-#include "handovermocks.h"
 #include "dialogserver.h"
-#include "nfcdtestsupport.h"
+#include "handovermocks.h"
 #include "mocksuite.h"
+#include "nfcdtestsupport.h"
 #include "phonemocks.h"
 #include "pluginloader.h"
 
@@ -102,7 +102,8 @@ void tst_PluginDaemonBluetooth::pairingWithPinIsGrantedAndConnectsAudio()
 void tst_PluginDaemonBluetooth::pairingRefusedByTheDeviceReachesTheDaemonAsItsBluezErrorName()
 {
     QVERIFY(BluezControl::setPairing(
-        *m_mocks.bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+        *m_mocks.bluez, headset,
+        {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     QByteArray out;
     QCOMPARE(sim({QStringLiteral("pair"), headset, QStringLiteral("Headset")}, &out), 4);
     QVERIFY2(out.startsWith("error org.bluez.Error.AuthenticationRejected"), out.constData());

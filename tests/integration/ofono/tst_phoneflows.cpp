@@ -8,10 +8,10 @@
 
 #include "dialog.h"
 #include "messagebox.h"
+#include "mocksuite.h"
 #include "nfcagenttagreadrequest.h"
 #include "nfctagreadpermissiondialog.h"
 #include "ofonocontrol.h"
-#include "mocksuite.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 #include "schemehandlers.h"
