@@ -6,6 +6,7 @@
 #include "managerobject.h"
 #include "nfcdaemon.h"
 #include "nfcdnames.h"
+#include "pcsctagsource.h"
 #include "simulatortagsource.h"
 
 #include <QCommandLineParser>
@@ -30,12 +31,12 @@ void onSignal(int)
     (void)::write(signalPipe[1], &byte, 1);
 }
 
-// The PC/SC reader source plugs in here: it returns the source, or null with the reason in *error.
+// The PC/SC reader source: it returns the source, or null with the reason in *error. The source waits
+// for pcscd by itself when pcscd is not running yet.
 TagSource* createPcscTagSource(NfcDaemon* daemon, QString* error)
 {
-    Q_UNUSED(daemon);
-    *error = QStringLiteral("the PC/SC reader source is not part of this build");
-    return nullptr;
+    Q_UNUSED(error);
+    return new PcscTagSource(daemon);
 }
 
 } // namespace
@@ -54,7 +55,7 @@ int main(int argc, char** argv)
     parser.addHelpOption();
     const QCommandLineOption simulator(QStringLiteral("simulator"),
                                        QStringLiteral("Export the simulator interface (com.orvan.nfc.Simulator)."));
-    const QCommandLineOption pcsc(QStringLiteral("pcsc"), QStringLiteral("Read tags from PC/SC readers."));
+    const QCommandLineOption pcsc(QStringLiteral("pcsc"), QStringLiteral("Read tags from PC/SC readers (also the default when no source is named and pcscd answers)."));
     const QCommandLineOption noConfirmation(QStringLiteral("no-confirmation"),
                                             QStringLiteral("Start with ConfirmationEnabled false."));
     const QCommandLineOption replyTimeout(QStringLiteral("reply-timeout"),
@@ -98,7 +99,10 @@ int main(int argc, char** argv)
     std::vector<TagSource*> sources;
     if (parser.isSet(simulator))
         sources.push_back(new SimulatorTagSource(daemon.get(), bus));
-    if (parser.isSet(pcsc)) {
+    // Without a source named, PC/SC readers are read when pcscd answers.
+    const bool pcscByDefault =
+        !parser.isSet(simulator) && !parser.isSet(pcsc) && PcscTagSource::serviceReachable();
+    if (parser.isSet(pcsc) || pcscByDefault) {
         QString error;
         TagSource* source = createPcscTagSource(daemon.get(), &error);
         if (!source) {

@@ -246,12 +246,16 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
     memory.setEnd(DataAreaStart + size * 8);
     int address = DataAreaStart;
     bool readFailed = false;
-    // One byte of the TLV stream; false with a reason when the data area ends or the read fails.
-    auto nextByte = [&](quint8* byte, const QString& what) {
+    // One byte of the TLV stream; false with a reason when the data area ends (inside the length or the
+    // value of TLV `type`) or the read fails. The reason is only put into words when it is needed.
+    auto nextByte = [&](quint8* byte, quint8 type, bool inLength) {
         if (memory.next(&address, byte, &readFailed))
             return true;
-        if (!readFailed)
-            failed(result, QStringLiteral("the data area ends inside %1").arg(what));
+        if (!readFailed) {
+            failed(result, QStringLiteral("the data area ends inside %1TLV %2")
+                               .arg(inLength ? QStringLiteral("the length of ") : QString(),
+                                    Apdu::hex(QByteArray(1, char(type)))));
+        }
         return false;
     };
 
@@ -267,14 +271,13 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         if (type == TerminatorTlv)
             return notNdef(result, QStringLiteral("no NDEF TLV before the Terminator TLV"));
 
-        const QString what = QStringLiteral("the length of TLV %1").arg(Apdu::hex(QByteArray(1, char(type))));
         quint8 first;
-        if (!nextByte(&first, what))
+        if (!nextByte(&first, type, true))
             return;
         int length = first;
         if (first == 0xFF) {
             quint8 high, low;
-            if (!nextByte(&high, what) || !nextByte(&low, what))
+            if (!nextByte(&high, type, true) || !nextByte(&low, type, true))
                 return;
             length = (high << 8) | low;
         }
@@ -292,7 +295,7 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         for (int i = 0; i < length; ++i) {
             quint8 byte;
             if (type == NdefTlv || ((type == LockControlTlv || type == MemoryControlTlv) && i < 3)) {
-                if (!nextByte(&byte, QStringLiteral("TLV %1").arg(Apdu::hex(QByteArray(1, char(type))))))
+                if (!nextByte(&byte, type, false))
                     return;
                 value.append(char(byte));
             } else {

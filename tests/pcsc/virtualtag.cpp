@@ -65,12 +65,16 @@ bool VirtualTag::putOn(int port, QString* error)
 
 bool VirtualTag::takeOff()
 {
+    if (!m_process)
+        return false;
     m_process->write("remove\n");
     return waitFor(QStringLiteral("removed"));
 }
 
 bool VirtualTag::putBack()
 {
+    if (!m_process)
+        return false;
     m_process->write("insert\n");
     return waitFor(QStringLiteral("connected"));
 }
@@ -88,6 +92,8 @@ QStringList VirtualTag::apdus()
 
 bool VirtualTag::waitFor(const QString& line)
 {
+    if (!m_process)
+        return line.isEmpty();
     QElapsedTimer timer;
     timer.start();
     while (true) {
