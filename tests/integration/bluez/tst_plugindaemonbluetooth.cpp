@@ -17,6 +17,17 @@ namespace {
 
 const QString headset = QStringLiteral("00:1A:7D:DA:71:13");
 
+// A dialog server that confirms every dialog, with the built plugin loaded into it. The members go in
+// the reverse order: the plugin first, the server last.
+struct ConfirmingServer
+{
+    Host::DialogServer server;
+    Host::AnswerPresenter presenter {Host::AnswerPresenter::Ok};
+    Host::PluginLoader loader {&server};
+
+    ConfirmingServer() { server.addPresenter(&presenter); }
+};
+
 } // namespace
 
 class tst_PluginDaemonBluetooth : public QObject
@@ -37,9 +48,7 @@ private:
 
     HandoverMocks m_mocks;
     std::unique_ptr<DaemonProcess> m_daemon;
-    std::unique_ptr<Host::DialogServer> m_server;
-    std::unique_ptr<Host::AnswerPresenter> m_presenter;
-    std::unique_ptr<Host::PluginLoader> m_loader;
+    std::unique_ptr<ConfirmingServer> m_server;
 };
 
 void tst_PluginDaemonBluetooth::initTestCase()
@@ -53,19 +62,14 @@ void tst_PluginDaemonBluetooth::init()
 
     m_daemon = std::make_unique<DaemonProcess>(QStringList {QStringLiteral("--simulator")});
     QVERIFY2(m_daemon->start(), qPrintable(m_daemon->error()));
-    m_server = std::make_unique<Host::DialogServer>();
-    m_presenter = std::make_unique<Host::AnswerPresenter>(Host::AnswerPresenter::Ok);
-    m_server->addPresenter(m_presenter.get());
-    m_loader = std::make_unique<Host::PluginLoader>(m_server.get());
+    m_server = std::make_unique<ConfirmingServer>();
     QString error;
-    QVERIFY2(m_loader->load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
+    QVERIFY2(m_server->loader.load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
     QTRY_VERIFY2(m_daemon->output().contains(QLatin1String("UI agent")), qPrintable(m_daemon->output()));
 }
 
 void tst_PluginDaemonBluetooth::cleanup()
 {
-    m_loader.reset();
-    m_presenter.reset();
     m_server.reset();
     if (m_daemon)
         QVERIFY(m_daemon->stop());
