@@ -17,8 +17,7 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
-BluetoothAdapterPrivate::BluetoothAdapterPrivate(BluetoothAdapter* q)
-    : q(q)
+BluetoothAdapterPrivate::BluetoothAdapterPrivate(BluetoothAdapter* q) : q(q)
 {
 }
 
@@ -90,8 +89,7 @@ BluetoothAdapter* BluetoothAdapter::defaultAdapter()
                              d->refollow();
                      });
     // BlueZ restarting: the adapter comes back with it.
-    d->watcher = std::make_unique<QDBusServiceWatcher>(Bluez::service(), bus,
-                                                       QDBusServiceWatcher::WatchForOwnerChange);
+    d->watcher = std::make_unique<QDBusServiceWatcher>(Bluez::service(), bus, QDBusServiceWatcher::WatchForOwnerChange);
     QObject::connect(d->watcher.get(), &QDBusServiceWatcher::serviceOwnerChanged, created,
                      [d](const QString&, const QString&, const QString& newOwner) {
                          if (newOwner.isEmpty())
@@ -104,8 +102,7 @@ BluetoothAdapter* BluetoothAdapter::defaultAdapter()
     return created;
 }
 
-BluetoothAdapter::BluetoothAdapter(QObject* parent)
-    : QObject(parent), d(new BluetoothAdapterPrivate(this))
+BluetoothAdapter::BluetoothAdapter(QObject* parent) : QObject(parent), d(new BluetoothAdapterPrivate(this))
 {
 }
 
@@ -142,16 +139,26 @@ QList<BluetoothDevice> BluetoothAdapter::listDevices() const
         return {};
     const QDeadlineTimer deadline = BusDeadline::start();
     d->adapter->setTimeout(BusDeadline::timeoutMs(deadline));
-    QDBusPendingReply<QList<QDBusObjectPath>> paths = d->adapter->ListDevices();
-    paths.waitForFinished();
-    if (paths.isError()) {
+    QDBusPendingReply<QList<QDBusObjectPath>> listed = d->adapter->ListDevices();
+    listed.waitForFinished();
+    QStringList paths;
+    if (!listed.isError()) {
+        for (const QDBusObjectPath& path : listed.value())
+            paths.append(path.path());
+    } else if (Bluez::isMissingInterface(listed.error()) && !deadline.hasExpired()) {
+        // ListDevices is deprecated in later BlueZ 4 releases; the Devices property has the same order.
+        d->adapter->setTimeout(BusDeadline::timeoutMs(deadline));
+        QDBusPendingReply<QVariantMap> properties = d->adapter->GetProperties();
+        properties.waitForFinished();
+        if (!properties.isError())
+            paths = Bluez::plainProperties(properties.value()).value(QStringLiteral("Devices")).toStringList();
+    } else {
         qCWarning(lcBluez, "BluetoothAdapter: devices of %s cannot be listed: %s", qUtf8Printable(d->path),
-                  qUtf8Printable(paths.error().name()));
-        return {};
+                  qUtf8Printable(listed.error().name()));
     }
     QList<BluetoothDevice> devices;
-    for (const QDBusObjectPath& path : paths.value()) {
-        const QMap<QString, QVariant> properties = Bluez::deviceProperties(Bluez::systemBus(), path.path(), deadline);
+    for (const QString& path : qAsConst(paths)) {
+        const QMap<QString, QVariant> properties = Bluez::deviceProperties(Bluez::systemBus(), path, deadline);
         if (!properties.isEmpty())
             devices.append(BluetoothDevice(properties));
     }

@@ -162,7 +162,8 @@ void BluetoothConnectionManager::connect()
 {
     if (d->devicePath(BusDeadline::start()).isEmpty()) {
         // Reported from the event loop, as a call's answer would be.
-        QTimer::singleShot(0, this, [this] { d->fail(BluetoothConnectionManagerPrivate::Connect, Bluez::errorDoesNotExist()); });
+        QTimer::singleShot(0, this,
+                           [this] { d->fail(BluetoothConnectionManagerPrivate::Connect, Bluez::errorDoesNotExist()); });
         return;
     }
     d->call(BluetoothConnectionManagerPrivate::Connect, 0);
@@ -171,9 +172,8 @@ void BluetoothConnectionManager::connect()
 void BluetoothConnectionManager::disconnect()
 {
     if (d->devicePath(BusDeadline::start()).isEmpty()) {
-        QTimer::singleShot(0, this, [this] {
-            d->fail(BluetoothConnectionManagerPrivate::Disconnect, Bluez::errorDoesNotExist());
-        });
+        QTimer::singleShot(
+            0, this, [this] { d->fail(BluetoothConnectionManagerPrivate::Disconnect, Bluez::errorDoesNotExist()); });
         return;
     }
     d->call(BluetoothConnectionManagerPrivate::Disconnect, 0);

@@ -12,7 +12,10 @@ class BluetoothConnectionManager;
 class BluetoothConnectionManagerPrivate
 {
 public:
-    enum Operation { Connect, Disconnect };
+    enum Operation {
+        Connect,
+        Disconnect
+    };
 
     BluetoothConnectionManagerPrivate(BluetoothConnectionManager* q, const QMap<QString, QVariant>& device);
 

@@ -7,9 +7,9 @@
 // NFC daemon. A pairing that does not finish in time is cancelled with CancelDeviceCreation and fails
 // with org.bluez.Error.AuthenticationTimeout; the request never waits on BlueZ without end.
 #include "bluetoothpairingprocess.h"
-#include "bluetoothpairingprocess_p.h"
 #include "bluetoothconnectionmanager.h"
 #include "bluetoothdevice.h"
+#include "bluetoothpairingprocess_p.h"
 #include "bluez.h"
 #include "bluezadapterproxy.h"
 #include "bluezdeviceproxy.h"
@@ -38,8 +38,7 @@ QString newConnectionName()
 
 } // namespace
 
-BluetoothPairingProcessPrivate::BluetoothPairingProcessPrivate(BluetoothPairingProcess* q)
-    : q(q)
+BluetoothPairingProcessPrivate::BluetoothPairingProcessPrivate(BluetoothPairingProcess* q) : q(q)
 {
     timeout.setSingleShot(true);
     QObject::connect(&timeout, &QTimer::timeout, q, [this] { timedOut(); });
@@ -47,6 +46,9 @@ BluetoothPairingProcessPrivate::BluetoothPairingProcessPrivate(BluetoothPairingP
 
 BluetoothPairingProcessPrivate::~BluetoothPairingProcessPrivate()
 {
+    // A pairing dropped halfway would keep BlueZ busy with that device.
+    if (running)
+        cancelInBluez();
     connectionManager.reset();
     closeConnection();
 }
@@ -87,8 +89,8 @@ void BluetoothPairingProcessPrivate::createPairedDevice(const QString& adapter)
     // The pairing's own timer ends it; the call itself may take as long as that.
     bluezAdapter.setTimeout(timeoutMs() + 5000);
     qCDebug(lcBluez, "BluetoothPairingProcess: pairing with %s", qUtf8Printable(address));
-    const QDBusPendingCall call = bluezAdapter.CreatePairedDevice(address, QDBusObjectPath(BluezPairingAgent::path()),
-                                                             capability());
+    const QDBusPendingCall call =
+        bluezAdapter.CreatePairedDevice(address, QDBusObjectPath(BluezPairingAgent::path()), capability());
     Bluez::onFinished(call, q, [this](QDBusPendingCallWatcher* finished) {
         if (!running)
             return;
@@ -156,27 +158,32 @@ void BluetoothPairingProcessPrivate::trusted()
     connectionManager->connect();
 }
 
+void BluetoothPairingProcessPrivate::cancelInBluez()
+{
+    if (connectionName.isEmpty() || adapterPath.isEmpty())
+        return;
+    // Asked on the pairing's own connection, which BlueZ knows as the one that pairs. The answer is not
+    // waited for, but the connection stays open until it comes, so that the call is sent.
+    QDBusConnection connection(connectionName);
+    connection.unregisterObject(BluezPairingAgent::path());
+    agent.reset();
+    BluezAdapterProxy adapter(Bluez::service(), adapterPath, connection);
+    auto* watcher = new QDBusPendingCallWatcher(adapter.CancelDeviceCreation(address));
+    const QString name = connectionName;
+    connectionName.clear();
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [name](QDBusPendingCallWatcher* done) {
+        QDBusConnection::disconnectFromBus(name);
+        done->deleteLater();
+    });
+}
+
 void BluetoothPairingProcessPrivate::timedOut()
 {
     if (!running)
         return;
     qCWarning(lcBluez, "BluetoothPairingProcess: pairing with %s took longer than %d ms; cancelled",
               qUtf8Printable(address), timeoutMs());
-    if (!connectionName.isEmpty() && !adapterPath.isEmpty()) {
-        // Asked on the pairing's own connection, which BlueZ knows as the one that pairs. The answer is
-        // not waited for, but the connection stays open until it comes, so that the call is sent.
-        QDBusConnection connection(connectionName);
-        connection.unregisterObject(BluezPairingAgent::path());
-        agent.reset();
-        BluezAdapterProxy adapter(Bluez::service(), adapterPath, connection);
-        auto* watcher = new QDBusPendingCallWatcher(adapter.CancelDeviceCreation(address));
-        const QString name = connectionName;
-        connectionName.clear();
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [name](QDBusPendingCallWatcher* done) {
-            QDBusConnection::disconnectFromBus(name);
-            done->deleteLater();
-        });
-    }
+    cancelInBluez();
     finish(Bluez::errorAuthenticationTimeout());
 }
 
@@ -261,8 +268,9 @@ void BluetoothPairingProcess::start(const BluetoothDevice& device)
     d->connectionName = newConnectionName();
     QDBusConnection connection = QDBusConnection::connectToBus(QDBusConnection::SystemBus, d->connectionName);
     if (!connection.isConnected()) {
-        const QString failure = connection.lastError().isValid() ? connection.lastError().name()
-                                                                 : QStringLiteral("org.freedesktop.DBus.Error.NoServer");
+        const QString failure = connection.lastError().isValid()
+            ? connection.lastError().name()
+            : QStringLiteral("org.freedesktop.DBus.Error.NoServer");
         qCWarning(lcBluez, "BluetoothPairingProcess: no system bus: %s", qUtf8Printable(failure));
         QTimer::singleShot(0, this, [this, failure] { d->finish(failure); });
         return;

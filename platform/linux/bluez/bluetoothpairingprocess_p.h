@@ -28,6 +28,8 @@ public:
     void paired(const QString& devicePath);
     void trusted();
     void timedOut();
+    // Asks BlueZ to stop the pairing under way, from the pairing's connection, without waiting.
+    void cancelInBluez();
     // Ends the pairing with error (empty on success): the agent and its connection go, a failure is
     // shown when asked for, and finished() is emitted as the last thing.
     void finish(const QString& error);

@@ -1,10 +1,10 @@
 // Helpers shared by the Bluetooth classes: the blocking questions about the adapter and its devices,
 // each within the time budget of the question that asks them.
 #include "bluez.h"
-#include "busdeadline.h"
 #include "bluezadapterproxy.h"
 #include "bluezdeviceproxy.h"
 #include "bluezmanagerproxy.h"
+#include "busdeadline.h"
 #include "linuxlogging.h"
 
 #include <QDBusArgument>

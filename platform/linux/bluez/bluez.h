@@ -13,21 +13,60 @@
 // Names of the BlueZ 4 API and helpers shared by the Bluetooth classes.
 namespace Bluez {
 
-inline QString service() { return QStringLiteral("org.bluez"); }
-inline QString managerPath() { return QStringLiteral("/"); }
-inline QString agentInterface() { return QStringLiteral("org.bluez.Agent"); }
-inline QString audioInterface() { return QStringLiteral("org.bluez.Audio"); }
-inline QString headsetInterface() { return QStringLiteral("org.bluez.Headset"); }
-inline QString audioSinkInterface() { return QStringLiteral("org.bluez.AudioSink"); }
+inline QString service()
+{
+    return QStringLiteral("org.bluez");
+}
+inline QString managerPath()
+{
+    return QStringLiteral("/");
+}
+inline QString agentInterface()
+{
+    return QStringLiteral("org.bluez.Agent");
+}
+inline QString audioInterface()
+{
+    return QStringLiteral("org.bluez.Audio");
+}
+inline QString headsetInterface()
+{
+    return QStringLiteral("org.bluez.Headset");
+}
+inline QString audioSinkInterface()
+{
+    return QStringLiteral("org.bluez.AudioSink");
+}
 
-inline QString errorAlreadyExists() { return QStringLiteral("org.bluez.Error.AlreadyExists"); }
-inline QString errorAuthenticationTimeout() { return QStringLiteral("org.bluez.Error.AuthenticationTimeout"); }
-inline QString errorRejected() { return QStringLiteral("org.bluez.Error.Rejected"); }
-inline QString errorDoesNotExist() { return QStringLiteral("org.bluez.Error.DoesNotExist"); }
-inline QString errorNoSuchAdapter() { return QStringLiteral("org.bluez.Error.NoSuchAdapter"); }
-inline QString errorInvalidArguments() { return QStringLiteral("org.bluez.Error.InvalidArguments"); }
+inline QString errorAlreadyExists()
+{
+    return QStringLiteral("org.bluez.Error.AlreadyExists");
+}
+inline QString errorAuthenticationTimeout()
+{
+    return QStringLiteral("org.bluez.Error.AuthenticationTimeout");
+}
+inline QString errorRejected()
+{
+    return QStringLiteral("org.bluez.Error.Rejected");
+}
+inline QString errorDoesNotExist()
+{
+    return QStringLiteral("org.bluez.Error.DoesNotExist");
+}
+inline QString errorNoSuchAdapter()
+{
+    return QStringLiteral("org.bluez.Error.NoSuchAdapter");
+}
+inline QString errorInvalidArguments()
+{
+    return QStringLiteral("org.bluez.Error.InvalidArguments");
+}
 
-inline QDBusConnection systemBus() { return QDBusConnection::systemBus(); }
+inline QDBusConnection systemBus()
+{
+    return QDBusConnection::systemBus();
+}
 
 // Whether a failed call says that the object or interface is not there at all, as opposed to a
 // failure of the operation itself.
@@ -51,8 +90,7 @@ QMap<QString, QVariant> deviceProperties(const QDBusConnection& bus, const QStri
 
 // Runs handler with the finished call, unless context is gone by then. The watcher belongs to no one
 // and deletes itself, so that context may be deleted inside handler.
-template<typename Handler>
-void onFinished(const QDBusPendingCall& call, const QObject* context, Handler handler)
+template<typename Handler> void onFinished(const QDBusPendingCall& call, const QObject* context, Handler handler)
 {
     auto* watcher = new QDBusPendingCallWatcher(call);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, &QObject::deleteLater);

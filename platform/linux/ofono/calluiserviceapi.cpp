@@ -16,8 +16,7 @@ class CallUiServiceApiPrivate
 {
 };
 
-CallUiServiceApi::CallUiServiceApi(QObject* parent)
-    : QObject(parent), d(new CallUiServiceApiPrivate)
+CallUiServiceApi::CallUiServiceApi(QObject* parent) : QObject(parent), d(new CallUiServiceApiPrivate)
 {
 }
 
@@ -29,7 +28,7 @@ CallUiServiceApi::~CallUiServiceApi()
 bool CallUiServiceApi::RequestCellularCall(const QString& number)
 {
     const OfonoObjectList modems = Ofono::modems();
-    const OfonoObject* modem = Ofono::firstModemWith(modems, Ofono::voiceCallManagerInterface());
+    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::voiceCallManagerInterface());
     if (!modem)
         return Ofono::openWithSchemeHandler(QStringLiteral("tel:") + number);
 

@@ -16,8 +16,7 @@ class MessagingIfPrivate
 {
 };
 
-MessagingIf::MessagingIf(const QString&, QObject* parent)
-    : QObject(parent), d(new MessagingIfPrivate)
+MessagingIf::MessagingIf(const QString&, QObject* parent) : QObject(parent), d(new MessagingIfPrivate)
 {
 }
 
@@ -29,9 +28,9 @@ MessagingIf::~MessagingIf()
 bool MessagingIf::sendSMS(const QString& number, const QString& body, bool)
 {
     const OfonoObjectList modems = Ofono::modems();
-    const OfonoObject* modem = Ofono::firstModemWith(modems, Ofono::messageManagerInterface());
+    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::messageManagerInterface());
     if (!modem) {
-        qCWarning(lcOfono, "MessagingIf: no modem sends text messages; the message to %s is not sent",
+        qCWarning(lcOfono, "MessagingIf: no modem to send text messages; the message to %s is not sent",
                   qUtf8Printable(number));
         return false;
     }

@@ -11,8 +11,7 @@ class OfflineModePrivate
 {
 };
 
-OfflineMode::OfflineMode(QObject* parent)
-    : QObject(parent), d(new OfflineModePrivate)
+OfflineMode::OfflineMode(QObject* parent) : QObject(parent), d(new OfflineModePrivate)
 {
 }
 
@@ -27,7 +26,8 @@ int OfflineMode::currentStatus() const
     if (modems.isEmpty())
         return Unknown;
     const bool online = modems.first().properties.value(QStringLiteral("Online"), true).toBool();
-    qCDebug(lcOfono, "OfflineMode: %s is %s", qUtf8Printable(modems.first().path.path()), online ? "online" : "offline");
+    qCDebug(lcOfono, "OfflineMode: %s is %s", qUtf8Printable(modems.first().path.path()),
+            online ? "online" : "offline");
     return online ? Online : Offline;
 }
 

@@ -54,13 +54,13 @@ OfonoObjectList modems()
     return reply.value();
 }
 
-const OfonoObject* firstModemWith(const OfonoObjectList& modems, const QString& interface)
+const OfonoObject* modemFor(const OfonoObjectList& modems, const QString& interface)
 {
     for (const OfonoObject& modem : modems) {
         if (modem.properties.value(QStringLiteral("Interfaces")).toStringList().contains(interface))
             return &modem;
     }
-    return nullptr;
+    return modems.isEmpty() ? nullptr : &modems.first();
 }
 
 bool openWithSchemeHandler(const QString& uri)

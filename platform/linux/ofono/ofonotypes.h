@@ -23,16 +23,26 @@ Q_DECLARE_METATYPE(OfonoObjectList)
 
 namespace Ofono {
 
-inline QString service() { return QStringLiteral("org.ofono"); }
-inline QString voiceCallManagerInterface() { return QStringLiteral("org.ofono.VoiceCallManager"); }
-inline QString messageManagerInterface() { return QStringLiteral("org.ofono.MessageManager"); }
+inline QString service()
+{
+    return QStringLiteral("org.ofono");
+}
+inline QString voiceCallManagerInterface()
+{
+    return QStringLiteral("org.ofono.VoiceCallManager");
+}
+inline QString messageManagerInterface()
+{
+    return QStringLiteral("org.ofono.MessageManager");
+}
 
 // The modems oFono knows, in its order; empty without oFono. Registers the types above on first use.
 // Blocks for at most the platform's time budget of one question.
 OfonoObjectList modems();
 
-// The first modem that offers interface, or nullptr.
-const OfonoObject* firstModemWith(const OfonoObjectList& modems, const QString& interface);
+// The first modem that lists interface among its Interfaces, else the first modem (the list may lag
+// behind what the modem offers); nullptr when there is no modem.
+const OfonoObject* modemFor(const OfonoObjectList& modems, const QString& interface);
 
 // Opens uri with the desktop's default application for its scheme (x-scheme-handler/<scheme>).
 // False, with a warning, when there is none or it cannot be started.

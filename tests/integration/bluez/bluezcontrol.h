@@ -10,7 +10,10 @@
 // The BlueZ 4 mock's test controls (org.bluez.Mock on "/") for the suites of the Linux Bluetooth classes.
 namespace BluezControl {
 
-inline QString mockInterface() { return QStringLiteral("org.bluez.Mock"); }
+inline QString mockInterface()
+{
+    return QStringLiteral("org.bluez.Mock");
+}
 
 inline bool control(const MockService& mock, const QString& method, const QVariantList& args = {})
 {
@@ -58,7 +61,8 @@ inline QStringList agentReplies(const MockService& mock)
 // The audio interfaces' UUIDs as BlueZ 4 lists them.
 inline QStringList headsetUuids()
 {
-    return {QStringLiteral("00001108-0000-1000-8000-00805f9b34fb"), QStringLiteral("0000111e-0000-1000-8000-00805f9b34fb")};
+    return {QStringLiteral("00001108-0000-1000-8000-00805f9b34fb"),
+            QStringLiteral("0000111e-0000-1000-8000-00805f9b34fb")};
 }
 
 } // namespace BluezControl

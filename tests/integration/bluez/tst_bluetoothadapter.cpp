@@ -25,6 +25,7 @@ private Q_SLOTS:
     void deviceForAddressFindsTheDeviceWithItsProperties();
     void deviceForUnknownAddressIsInvalid();
     void listDevicesKeepsTheAdaptersOrder();
+    void withoutListDevicesTheDevicesPropertyIsUsed();
     void adapterWithoutDefaultAdapterIsInvalid();
     void bluezWithoutManagerInterfaceIsReportedAndInvalid();
     void withoutBluezTheAdapterIsInvalidAtOnce();
@@ -114,7 +115,8 @@ void tst_BluetoothAdapter::defaultAdapterChangeIsFollowed()
 
     // The adapter goes away and BlueZ names no other one: no adapter, not powered.
     QVERIFY(BluezControl::control(*m_bluez, QStringLiteral("RemoveAdapter")));
-    QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("DefaultAdapter"), QStringLiteral("org.bluez.Error.NoSuchAdapter")));
+    QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("DefaultAdapter"),
+                                   QStringLiteral("org.bluez.Error.NoSuchAdapter")));
     QVERIFY(m_bluez->emitSignal(QStringLiteral("/"), QStringLiteral("org.bluez.Manager"),
                                 QStringLiteral("AdapterRemoved"), QStringLiteral("o"),
                                 {QVariant::fromValue(QDBusObjectPath(PhoneMocks::bluezAdapterPath()))}));
@@ -150,7 +152,8 @@ void tst_BluetoothAdapter::deviceForAddressFindsTheDeviceWithItsProperties()
     QVERIFY(device.isPaired());
     QCOMPARE(device.path(), PhoneMocks::bluezDevicePath(address));
     QCOMPARE(device.properties().value(QStringLiteral("UUIDs")).toStringList(), BluezControl::headsetUuids());
-    QCOMPARE(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).filter(QStringLiteral("FindDevice")).size(), 1);
+    QCOMPARE(
+        PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).filter(QStringLiteral("FindDevice")).size(), 1);
     QCOMPARE(m_bluez->calls(PhoneMocks::bluezAdapterPath()).last().args.value(0).toString(), address);
 }
 
@@ -175,9 +178,25 @@ void tst_BluetoothAdapter::listDevicesKeepsTheAdaptersOrder()
     QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("ListDevices")));
 }
 
+void tst_BluetoothAdapter::withoutListDevicesTheDevicesPropertyIsUsed()
+{
+    const QStringList addresses {QStringLiteral("00:00:00:00:00:02"), QStringLiteral("00:00:00:00:00:01")};
+    for (const QString& address : addresses)
+        QVERIFY(BluezControl::addDevice(*m_bluez, address));
+    QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("ListDevices"),
+                                   QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")));
+    std::unique_ptr<BluetoothAdapter> adapter(BluetoothAdapter::defaultAdapter());
+
+    QStringList listed;
+    for (const BluetoothDevice& device : adapter->listDevices())
+        listed.append(device.address());
+    QCOMPARE(listed, addresses);
+}
+
 void tst_BluetoothAdapter::adapterWithoutDefaultAdapterIsInvalid()
 {
-    QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("DefaultAdapter"), QStringLiteral("org.bluez.Error.NoSuchAdapter")));
+    QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("DefaultAdapter"),
+                                   QStringLiteral("org.bluez.Error.NoSuchAdapter")));
     std::unique_ptr<BluetoothAdapter> adapter(BluetoothAdapter::defaultAdapter());
     QVERIFY(adapter);
     QVERIFY(!adapter->isValid());
@@ -190,7 +209,8 @@ void tst_BluetoothAdapter::bluezWithoutManagerInterfaceIsReportedAndInvalid()
 {
     QVERIFY(BluezControl::setError(*m_bluez, QStringLiteral("DefaultAdapter"),
                                    QStringLiteral("org.freedesktop.DBus.Error.UnknownMethod")));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Bluetooth handover needs the BlueZ 4 interface")));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("Bluetooth handover needs the BlueZ 4 interface")));
     std::unique_ptr<BluetoothAdapter> adapter(BluetoothAdapter::defaultAdapter());
     QVERIFY(!adapter->isValid());
     // Once per process.

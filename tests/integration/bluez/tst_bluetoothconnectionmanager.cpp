@@ -90,7 +90,7 @@ void tst_BluetoothConnectionManager::connectUsesTheAudioInterface()
     manager.connect();
     QTRY_COMPARE(connected.size(), 1);
     QCOMPARE(failed.size(), 0);
-    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList{QStringLiteral("org.bluez.Audio.Connect")});
+    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList {QStringLiteral("org.bluez.Audio.Connect")});
     QVERIFY(manager.isAudioConnected());
 }
 
@@ -102,31 +102,32 @@ void tst_BluetoothConnectionManager::disconnectUsesTheAudioInterface()
     QSignalSpy disconnected(&manager, &BluetoothConnectionManager::disconnected);
     manager.disconnect();
     QTRY_COMPARE(disconnected.size(), 1);
-    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList{QStringLiteral("org.bluez.Audio.Disconnect")});
+    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList {QStringLiteral("org.bluez.Audio.Disconnect")});
     QVERIFY(!manager.isAudioConnected());
 }
 
 void tst_BluetoothConnectionManager::withoutAudioInterfaceHeadsetIsUsed()
 {
-    QVERIFY(BluezControl::addDevice(*m_bluez, address,
-                                    {{QStringLiteral("AudioInterfaces"),
-                                      QStringList{QStringLiteral("org.bluez.Headset"), QStringLiteral("org.bluez.AudioSink")}}}));
+    QVERIFY(BluezControl::addDevice(
+        *m_bluez, address,
+        {{QStringLiteral("AudioInterfaces"),
+          QStringList {QStringLiteral("org.bluez.Headset"), QStringLiteral("org.bluez.AudioSink")}}}));
     BluetoothConnectionManager manager(device());
     QSignalSpy connected(&manager, &BluetoothConnectionManager::connected);
     manager.connect();
     QTRY_COMPARE(connected.size(), 1);
-    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList{QStringLiteral("org.bluez.Headset.Connect")});
+    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList {QStringLiteral("org.bluez.Headset.Connect")});
 }
 
 void tst_BluetoothConnectionManager::withOnlyAudioSinkTheSinkIsUsed()
 {
-    QVERIFY(BluezControl::addDevice(*m_bluez, address,
-                                    {{QStringLiteral("AudioInterfaces"), QStringList{QStringLiteral("org.bluez.AudioSink")}}}));
+    QVERIFY(BluezControl::addDevice(
+        *m_bluez, address, {{QStringLiteral("AudioInterfaces"), QStringList {QStringLiteral("org.bluez.AudioSink")}}}));
     BluetoothConnectionManager manager(device());
     QSignalSpy connected(&manager, &BluetoothConnectionManager::connected);
     manager.connect();
     QTRY_COMPARE(connected.size(), 1);
-    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList{QStringLiteral("org.bluez.AudioSink.Connect")});
+    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList {QStringLiteral("org.bluez.AudioSink.Connect")});
     QVERIFY(manager.isAudioConnected());
 }
 
@@ -142,7 +143,7 @@ void tst_BluetoothConnectionManager::connectionFailureIsTheBluezErrorName()
     QTRY_COMPARE(failed.size(), 1);
     QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("org.bluez.Error.ConnectionAttemptFailed"));
     // A failure of the operation is not a missing interface: no fallback.
-    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList{QStringLiteral("org.bluez.Audio.Connect")});
+    QCOMPARE(audioCallsOn(*m_bluez, address), QStringList {QStringLiteral("org.bluez.Audio.Connect")});
 }
 
 void tst_BluetoothConnectionManager::disconnectionFailureIsTheBluezErrorName()
@@ -178,9 +179,10 @@ void tst_BluetoothConnectionManager::audioConnectedWhenConnectedOrPlaying()
 
 void tst_BluetoothConnectionManager::audioStateFromHeadsetWithoutAudioInterface()
 {
-    QVERIFY(BluezControl::addDevice(*m_bluez, address,
-                                    {{QStringLiteral("AudioInterfaces"), QStringList{QStringLiteral("org.bluez.Headset")}},
-                                     {QStringLiteral("AudioState"), QStringLiteral("playing")}}));
+    QVERIFY(
+        BluezControl::addDevice(*m_bluez, address,
+                                {{QStringLiteral("AudioInterfaces"), QStringList {QStringLiteral("org.bluez.Headset")}},
+                                 {QStringLiteral("AudioState"), QStringLiteral("playing")}}));
     BluetoothConnectionManager manager(device());
     QVERIFY(manager.isAudioConnected());
 }
@@ -189,11 +191,12 @@ void tst_BluetoothConnectionManager::connectableFromHeadsetHandsFreeOrSinkUuids_
 {
     QTest::addColumn<QStringList>("uuids");
     QTest::addColumn<bool>("connectable");
-    QTest::newRow("headset") << QStringList{QStringLiteral("00001108-0000-1000-8000-00805f9b34fb")} << true;
-    QTest::newRow("hands-free") << QStringList{QStringLiteral("0000111e-0000-1000-8000-00805f9b34fb")} << true;
-    QTest::newRow("a2dp sink, upper case") << QStringList{QStringLiteral("0000110B-0000-1000-8000-00805F9B34FB")} << true;
-    QTest::newRow("a2dp source only") << QStringList{QStringLiteral("0000110a-0000-1000-8000-00805f9b34fb")} << false;
-    QTest::newRow("object push") << QStringList{QStringLiteral("00001105-0000-1000-8000-00805f9b34fb")} << false;
+    QTest::newRow("headset") << QStringList {QStringLiteral("00001108-0000-1000-8000-00805f9b34fb")} << true;
+    QTest::newRow("hands-free") << QStringList {QStringLiteral("0000111e-0000-1000-8000-00805f9b34fb")} << true;
+    QTest::newRow("a2dp sink, upper case")
+        << QStringList {QStringLiteral("0000110B-0000-1000-8000-00805F9B34FB")} << true;
+    QTest::newRow("a2dp source only") << QStringList {QStringLiteral("0000110a-0000-1000-8000-00805f9b34fb")} << false;
+    QTest::newRow("object push") << QStringList {QStringLiteral("00001105-0000-1000-8000-00805f9b34fb")} << false;
     QTest::newRow("none") << QStringList() << false;
 }
 
@@ -210,7 +213,7 @@ void tst_BluetoothConnectionManager::deviceWithoutPathIsFoundByAddress()
     QVERIFY(BluezControl::addDevice(*m_bluez, address));
     QMap<QString, QVariant> properties;
     properties.insert(QStringLiteral("Address"), address);
-    BluetoothConnectionManager manager{BluetoothDevice(properties)};
+    BluetoothConnectionManager manager {BluetoothDevice(properties)};
     QSignalSpy connected(&manager, &BluetoothConnectionManager::connected);
     manager.connect();
     QTRY_COMPARE(connected.size(), 1);
@@ -220,7 +223,7 @@ void tst_BluetoothConnectionManager::unknownDeviceFailsWithoutCall()
 {
     QMap<QString, QVariant> properties;
     properties.insert(QStringLiteral("Address"), address);
-    BluetoothConnectionManager manager{BluetoothDevice(properties)};
+    BluetoothConnectionManager manager {BluetoothDevice(properties)};
     QSignalSpy failed(&manager, &BluetoothConnectionManager::connectionFailed);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Connect .* failed")));
     manager.connect();
@@ -283,7 +286,8 @@ void tst_BluetoothConnectionManager::managerDeletedWhileConnectingIsQuiet()
     manager->connect();
     delete manager;
     // The answer comes to nobody.
-    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address)).contains(QStringLiteral("org.bluez.Audio.Connect")));
+    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address))
+                    .contains(QStringLiteral("org.bluez.Audio.Connect")));
     QTest::qWait(200);
 }
 

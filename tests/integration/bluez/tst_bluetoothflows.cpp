@@ -81,10 +81,10 @@ void tst_BluetoothFlows::cleanupTestCase()
 void tst_BluetoothFlows::pairingConfirmedPairsWithPinTrustsAndConnectsAudio()
 {
     QVERIFY(BluezControl::setPairing(*m_bluez, headset,
-                                     {{QStringLiteral("Agent"), QStringList{QStringLiteral("RequestPinCode")}},
+                                     {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}},
                                       {QStringLiteral("Properties"),
-                                       QVariantMap{{QStringLiteral("Name"), QStringLiteral("Headset")},
-                                                   {QStringLiteral("UUIDs"), BluezControl::headsetUuids()}}}}));
+                                       QVariantMap {{QStringLiteral("Name"), QStringLiteral("Headset")},
+                                                    {QStringLiteral("UUIDs"), BluezControl::headsetUuids()}}}}));
     RecordingDialogServer server;
     server.answerWith(ConnUi::Dialog::Ok);
     NfcAgentBluetoothRequest request(NfcAgentBluetoothRequest::Pairing, &server, target, headset,
@@ -97,14 +97,16 @@ void tst_BluetoothFlows::pairingConfirmedPairsWithPinTrustsAndConnectsAudio()
     QCOMPARE(failed.size(), 0);
 
     QVERIFY(server.events().contains(QStringLiteral("show NfcPairingDialog")));
-    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList{QStringLiteral("RequestPinCode:1234")});
+    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
     const QStringList deviceCalls = PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset));
     QVERIFY2(deviceCalls.contains(QStringLiteral("SetProperty")), qPrintable(deviceCalls.join(QLatin1Char(' '))));
-    QVERIFY2(deviceCalls.contains(QStringLiteral("org.bluez.Audio.Connect")), qPrintable(deviceCalls.join(QLatin1Char(' '))));
-    QVERIFY(deviceCalls.indexOf(QStringLiteral("SetProperty")) < deviceCalls.indexOf(QStringLiteral("org.bluez.Audio.Connect")));
+    QVERIFY2(deviceCalls.contains(QStringLiteral("org.bluez.Audio.Connect")),
+             qPrintable(deviceCalls.join(QLatin1Char(' '))));
+    QVERIFY(deviceCalls.indexOf(QStringLiteral("SetProperty"))
+            < deviceCalls.indexOf(QStringLiteral("org.bluez.Audio.Connect")));
 
     QTRY_COMPARE(categories(*m_notifications),
-                 (QStringList{QStringLiteral("x-orvan.nfc"), QStringLiteral("x-orvan.nfc.connected")}));
+                 (QStringList {QStringLiteral("x-orvan.nfc"), QStringLiteral("x-orvan.nfc.connected")}));
     const QList<PhoneMocks::Notification> banners = PhoneMocks::notificationsShown(*m_notifications);
     QVERIFY2(banners.last().summary.contains(QStringLiteral("Headset")), qPrintable(banners.last().summary));
 }
@@ -137,7 +139,7 @@ void tst_BluetoothFlows::connectionFirstDisconnectsAnotherHeadset()
     QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset))
                 .contains(QStringLiteral("org.bluez.Audio.Connect")));
     QTRY_COMPARE(categories(*m_notifications),
-                 (QStringList{QStringLiteral("x-orvan.nfc.disconnected"), QStringLiteral("x-orvan.nfc.connected")}));
+                 (QStringList {QStringLiteral("x-orvan.nfc.disconnected"), QStringLiteral("x-orvan.nfc.connected")}));
     const QList<PhoneMocks::Notification> banners = PhoneMocks::notificationsShown(*m_notifications);
     QVERIFY2(banners.first().summary.contains(QStringLiteral("Old headset")), qPrintable(banners.first().summary));
     QVERIFY2(banners.last().summary.contains(QStringLiteral("Headset")), qPrintable(banners.last().summary));
@@ -146,22 +148,24 @@ void tst_BluetoothFlows::connectionFirstDisconnectsAnotherHeadset()
 
 void tst_BluetoothFlows::pairingRefusedByTheDeviceFailsWithItsBluezErrorName()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, headset,
-                                     {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+    QVERIFY(BluezControl::setPairing(
+        *m_bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     RecordingDialogServer server;
     server.answerWith(ConnUi::Dialog::Ok);
     NfcAgentBluetoothRequest request(NfcAgentBluetoothRequest::Pairing, &server, target, headset,
                                      QStringLiteral("Headset"), 0x240404);
     QSignalSpy failed(&request, SIGNAL(failed(QString)));
     QSignalSpy accepted(&request, SIGNAL(accepted()));
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed: org.bluez.Error.AuthenticationRejected")));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("pairing with .* failed: org.bluez.Error.AuthenticationRejected")));
     request.start();
     QTRY_COMPARE_WITH_TIMEOUT(failed.size(), 1, 15000);
     QCOMPARE(accepted.size(), 0);
     QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("org.bluez.Error.AuthenticationRejected"));
     // The pairing banner, then the failure banner of the pairing process.
     QTRY_COMPARE(categories(*m_notifications),
-                 (QStringList{QStringLiteral("x-orvan.nfc"), QStringLiteral("x-orvan.nfc.error")}));
+                 (QStringList {QStringLiteral("x-orvan.nfc"), QStringLiteral("x-orvan.nfc.error")}));
 }
 
 void tst_BluetoothFlows::hangingPairingEndsWithTheTimeoutErrorName()
@@ -177,7 +181,8 @@ void tst_BluetoothFlows::hangingPairingEndsWithTheTimeoutErrorName()
     request.start();
     QTRY_COMPARE_WITH_TIMEOUT(failed.size(), 1, 15000);
     QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("org.bluez.Error.AuthenticationTimeout"));
-    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("CancelDeviceCreation")));
+    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath())
+                    .contains(QStringLiteral("CancelDeviceCreation")));
     BluetoothPairingProcessPrivate::setTimeoutMs(60000);
 }
 

@@ -3,9 +3,9 @@
 // a failure banner, and the timeout that cancels a pairing that hangs.
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QXmlStreamReader>
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QXmlStreamReader>
 #include <QtTest>
 
 #include "bluetoothdevice.h"
@@ -81,6 +81,7 @@ private Q_SLOTS:
     void failureShowsABannerWhenAsked();
     void failureShowsNoBannerUnlessAsked();
     void hangingPairingIsCancelledAfterTheTimeout();
+    void deletedDuringPairingCancelsItInBluez();
     void withoutBluezThePairingFailsAtOnce();
 
 private:
@@ -148,26 +149,28 @@ void tst_BluetoothPairingProcess::pairingCallsCreatePairedDeviceWithItsOwnAgent(
     QCOMPARE(calls.at(0).args.value(1).toString(), BluezPairingAgent::path());
     QCOMPARE(calls.at(0).args.value(2).toString(), QStringLiteral("DisplayYesNo"));
 
-    const QDBusMessage properties = m_bluez->call(PhoneMocks::bluezDevicePath(address), QStringLiteral("org.bluez.Device"),
-                                                  QStringLiteral("GetProperties"));
+    const QDBusMessage properties = m_bluez->call(PhoneMocks::bluezDevicePath(address),
+                                                  QStringLiteral("org.bluez.Device"), QStringLiteral("GetProperties"));
     QCOMPARE(unwrapDBusValue(properties.arguments().value(0)).toMap().value(QStringLiteral("Paired")).toBool(), true);
 }
 
 void tst_BluetoothPairingProcess::pinCodeIsAnsweredWithThePin()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, address, {{QStringLiteral("Agent"), QStringList{QStringLiteral("RequestPinCode")}}}));
+    QVERIFY(BluezControl::setPairing(*m_bluez, address,
+                                     {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}}}));
     BluetoothPairingProcess pairing;
     pairing.setPinCode(QStringLiteral("1234"));
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
     pairing.start(deviceWithAddress(address));
     QTRY_COMPARE(finished.size(), 1);
     QCOMPARE(pairing.error(), QString());
-    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList{QStringLiteral("RequestPinCode:1234")});
+    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
 }
 
 void tst_BluetoothPairingProcess::ignoredLegacyPairingRejectsThePinRequest()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, address, {{QStringLiteral("Agent"), QStringList{QStringLiteral("RequestPinCode")}}}));
+    QVERIFY(BluezControl::setPairing(*m_bluez, address,
+                                     {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}}}));
     BluetoothPairingProcess pairing;
     pairing.setIgnoreLegacyPairing(true);
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
@@ -176,7 +179,7 @@ void tst_BluetoothPairingProcess::ignoredLegacyPairingRejectsThePinRequest()
     QTRY_COMPARE(finished.size(), 1);
     QCOMPARE(pairing.error(), QStringLiteral("org.bluez.Error.AuthenticationRejected"));
     QCOMPARE(BluezControl::agentReplies(*m_bluez),
-             QStringList{QStringLiteral("RequestPinCode:error:org.bluez.Error.Rejected")});
+             QStringList {QStringLiteral("RequestPinCode:error:org.bluez.Error.Rejected")});
 }
 
 void tst_BluetoothPairingProcess::passkeyDisplayAndConfirmationAreAccepted()
@@ -191,8 +194,8 @@ void tst_BluetoothPairingProcess::passkeyDisplayAndConfirmationAreAccepted()
     QTRY_COMPARE(finished.size(), 1);
     QCOMPARE(pairing.error(), QString());
     QCOMPARE(BluezControl::agentReplies(*m_bluez),
-             (QStringList{QStringLiteral("DisplayPasskey:"), QStringLiteral("DisplayPasskeyEntered:"),
-                          QStringLiteral("DisplayPinCode:"), QStringLiteral("RequestConfirmation:")}));
+             (QStringList {QStringLiteral("DisplayPasskey:"), QStringLiteral("DisplayPasskeyEntered:"),
+                           QStringLiteral("DisplayPinCode:"), QStringLiteral("RequestConfirmation:")}));
 }
 
 void tst_BluetoothPairingProcess::alreadyPairedDeviceCountsAsSuccess()
@@ -205,7 +208,8 @@ void tst_BluetoothPairingProcess::alreadyPairedDeviceCountsAsSuccess()
     QTRY_COMPARE(finished.size(), 1);
     QCOMPARE(pairing.error(), QString());
     // Still made trusted.
-    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address)).contains(QStringLiteral("SetProperty")));
+    QVERIFY(
+        PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address)).contains(QStringLiteral("SetProperty")));
 }
 
 void tst_BluetoothPairingProcess::autoTrustedSetsTrustedAfterPairing()
@@ -229,13 +233,14 @@ void tst_BluetoothPairingProcess::withoutAutoTrustedTrustIsLeftAlone()
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
     pairing.start(deviceWithAddress(address));
     QTRY_COMPARE(finished.size(), 1);
-    QVERIFY(!PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address)).contains(QStringLiteral("SetProperty")));
+    QVERIFY(
+        !PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address)).contains(QStringLiteral("SetProperty")));
 }
 
 void tst_BluetoothPairingProcess::pairingErrorIsTheBluezErrorName()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, address,
-                                     {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.ConnectionAttemptFailed")}}));
+    QVERIFY(BluezControl::setPairing(
+        *m_bluez, address, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.ConnectionAttemptFailed")}}));
     BluetoothPairingProcess pairing;
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
@@ -247,7 +252,8 @@ void tst_BluetoothPairingProcess::pairingErrorIsTheBluezErrorName()
 void tst_BluetoothPairingProcess::refusedAgentAnswerFailsAsRejectedAuthentication()
 {
     // A passkey to type, but the tag gave no PIN.
-    QVERIFY(BluezControl::setPairing(*m_bluez, address, {{QStringLiteral("Agent"), QStringList{QStringLiteral("RequestPasskey")}}}));
+    QVERIFY(BluezControl::setPairing(*m_bluez, address,
+                                     {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPasskey")}}}));
     BluetoothPairingProcess pairing;
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
@@ -258,8 +264,8 @@ void tst_BluetoothPairingProcess::refusedAgentAnswerFailsAsRejectedAuthenticatio
 
 void tst_BluetoothPairingProcess::failureShowsABannerWhenAsked()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, address,
-                                     {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationFailed")}}));
+    QVERIFY(BluezControl::setPairing(
+        *m_bluez, address, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationFailed")}}));
     BluetoothPairingProcess pairing;
     pairing.setErrorNotification(true);
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
@@ -274,8 +280,8 @@ void tst_BluetoothPairingProcess::failureShowsABannerWhenAsked()
 
 void tst_BluetoothPairingProcess::failureShowsNoBannerUnlessAsked()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, address,
-                                     {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationFailed")}}));
+    QVERIFY(BluezControl::setPairing(
+        *m_bluez, address, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationFailed")}}));
     BluetoothPairingProcess pairing;
     QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
@@ -299,13 +305,27 @@ void tst_BluetoothPairingProcess::hangingPairingIsCancelledAfterTheTimeout()
     QVERIFY(timer.elapsed() >= 900);
     QCOMPARE(pairing.error(), QStringLiteral("org.bluez.Error.AuthenticationTimeout"));
 
-    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("CancelDeviceCreation")));
+    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath())
+                    .contains(QStringLiteral("CancelDeviceCreation")));
     const QList<MockCall> calls = m_bluez->calls(PhoneMocks::bluezAdapterPath());
     QCOMPARE(calls.last().method, QStringLiteral("CancelDeviceCreation"));
     QCOMPARE(calls.last().args.value(0).toString(), address);
     // Nothing more arrives afterwards.
     QTest::qWait(300);
     QCOMPARE(finished.size(), 1);
+}
+
+void tst_BluetoothPairingProcess::deletedDuringPairingCancelsItInBluez()
+{
+    QVERIFY(BluezControl::setPairing(*m_bluez, address, {{QStringLiteral("Hang"), true}}));
+    auto pairing = std::make_unique<BluetoothPairingProcess>();
+    pairing->start(deviceWithAddress(address));
+    QTRY_VERIFY(
+        PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath()).contains(QStringLiteral("CreatePairedDevice")));
+    pairing.reset();
+    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath())
+                    .contains(QStringLiteral("CancelDeviceCreation")));
+    QCOMPARE(m_bluez->calls(PhoneMocks::bluezAdapterPath()).last().args.value(0).toString(), address);
 }
 
 void tst_BluetoothPairingProcess::withoutBluezThePairingFailsAtOnce()

@@ -10,8 +10,8 @@ namespace OfonoControl {
 
 inline bool setOnline(const MockService& mock, bool online)
 {
-    return mock.control(QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("SetModemOnline"),
-                        {QStringLiteral("ril_0"), online});
+    return mock.control(QStringLiteral("/"), QStringLiteral("org.freedesktop.DBus.Mock"),
+                        QStringLiteral("SetModemOnline"), {QStringLiteral("ril_0"), online});
 }
 
 // The calls of method on the first modem, with their arguments.

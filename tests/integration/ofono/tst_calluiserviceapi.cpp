@@ -59,10 +59,11 @@ void tst_CallUiServiceApi::callDialsOnTheFirstModem()
     QVERIFY(calls.RequestCellularCall(QStringLiteral("+358401234567")));
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     const MockCall dial = OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).first();
-    QCOMPARE(dial.args, (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("default")}));
+    QCOMPARE(dial.args, (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("default")}));
     // The mock answers Dial with the call's object path, as oFono does.
-    const QDBusMessage dialled = m_ofono->call(PhoneMocks::ofonoModemPath(), QStringLiteral("org.ofono.VoiceCallManager"),
-                                               QStringLiteral("Dial"), {QStringLiteral("1"), QStringLiteral("default")});
+    const QDBusMessage dialled =
+        m_ofono->call(PhoneMocks::ofonoModemPath(), QStringLiteral("org.ofono.VoiceCallManager"),
+                      QStringLiteral("Dial"), {QStringLiteral("1"), QStringLiteral("default")});
     QCOMPARE(dialled.type(), QDBusMessage::ReplyMessage);
     QCOMPARE(dialled.signature(), QStringLiteral("o"));
 }
@@ -74,7 +75,8 @@ void tst_CallUiServiceApi::dialFailureIsLoggedAfterTheRequestWasSent()
                                QStringLiteral("raise dbus.exceptions.DBusException('No network', "
                                               "name='org.ofono.Error.Failed')")));
     CallUi::CallUiServiceApi calls;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("calling 123 failed: org.ofono.Error.Failed")));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("calling 123 failed: org.ofono.Error.Failed")));
     QVERIFY(calls.RequestCellularCall(QStringLiteral("123")));
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     QTest::qWait(200);
@@ -88,7 +90,7 @@ void tst_CallUiServiceApi::withoutModemTheTelApplicationIsOpened()
     m_ofono->stop();
     CallUi::CallUiServiceApi calls;
     QVERIFY(calls.RequestCellularCall(QStringLiteral("+358401234567")));
-    QTRY_COMPARE(m_handlers->opened(QStringLiteral("tel")), QStringList{QStringLiteral("tel:+358401234567")});
+    QTRY_COMPARE(m_handlers->opened(QStringLiteral("tel")), QStringList {QStringLiteral("tel:+358401234567")});
 }
 
 void tst_CallUiServiceApi::withoutModemAndTelApplicationAWarning()

@@ -1,5 +1,6 @@
 // MessagingIf on Linux: sendSMS is MessageManager.SendMessage on the first modem; showSmsEditor opens an
 // sms: URI (recipients joined by commas, the body percent-encoded) in the desktop's sms: application.
+#include <QDBusVariant>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,6 +20,7 @@ private Q_SLOTS:
 
     void sendSmsSendsOnTheFirstModem();
     void sendSmsInFlightModeStillSends();
+    void sendSmsUsesTheFirstModemAlsoWhenItsInterfacesLagBehind();
     void sendSmsWithoutOfonoFailsWithAWarning();
     // Before the sms: recorder is installed.
     void editorWithoutSmsApplicationFailsWithAWarning();
@@ -60,7 +62,7 @@ void tst_MessagingIf::sendSmsSendsOnTheFirstModem()
     QVERIFY(messaging.sendSMS(QStringLiteral("+358401234567"), QStringLiteral("Hello, wörld"), true));
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).first().args,
-             (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("Hello, wörld")}));
+             (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("Hello, wörld")}));
 }
 
 void tst_MessagingIf::sendSmsInFlightModeStillSends()
@@ -72,11 +74,22 @@ void tst_MessagingIf::sendSmsInFlightModeStillSends()
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
 }
 
+void tst_MessagingIf::sendSmsUsesTheFirstModemAlsoWhenItsInterfacesLagBehind()
+{
+    QVERIFY(m_ofono->control(
+        PhoneMocks::ofonoModemPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Set"),
+        {QStringLiteral("org.ofono.Modem"), QStringLiteral("Interfaces"),
+         QVariant::fromValue(QDBusVariant(QStringList {QStringLiteral("org.ofono.VoiceCallManager")}))}));
+    MessagingIf messaging;
+    QVERIFY(messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), true));
+    QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
+}
+
 void tst_MessagingIf::sendSmsWithoutOfonoFailsWithAWarning()
 {
     m_ofono->stop();
     MessagingIf messaging;
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no modem sends text messages")));
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no modem to send text messages")));
     QVERIFY(!messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), false));
 }
 
@@ -92,13 +105,14 @@ void tst_MessagingIf::editorOpensTheSmsUri_data()
     QTest::addColumn<QStringList>("recipients");
     QTest::addColumn<QString>("body");
     QTest::addColumn<QString>("uri");
-    QTest::newRow("one recipient") << QStringList{QStringLiteral("+358401234567")} << QStringLiteral("Hi")
+    QTest::newRow("one recipient") << QStringList {QStringLiteral("+358401234567")} << QStringLiteral("Hi")
                                    << QStringLiteral("sms:+358401234567?body=Hi");
-    QTest::newRow("recipients joined by commas")
-        << QStringList{QStringLiteral("123"), QStringLiteral("456")} << QStringLiteral("Hi") << QStringLiteral("sms:123,456?body=Hi");
-    QTest::newRow("body percent-encoded") << QStringList{QStringLiteral("123")} << QStringLiteral("Meet at 5 & bring ä?")
-                                          << QStringLiteral("sms:123?body=Meet%20at%205%20%26%20bring%20%C3%A4%3F");
-    QTest::newRow("no body") << QStringList{QStringLiteral("123")} << QString() << QStringLiteral("sms:123");
+    QTest::newRow("recipients joined by commas") << QStringList {QStringLiteral("123"), QStringLiteral("456")}
+                                                 << QStringLiteral("Hi") << QStringLiteral("sms:123,456?body=Hi");
+    QTest::newRow("body percent-encoded")
+        << QStringList {QStringLiteral("123")} << QStringLiteral("Meet at 5 & bring ä?")
+        << QStringLiteral("sms:123?body=Meet%20at%205%20%26%20bring%20%C3%A4%3F");
+    QTest::newRow("no body") << QStringList {QStringLiteral("123")} << QString() << QStringLiteral("sms:123");
 }
 
 void tst_MessagingIf::editorOpensTheSmsUri()

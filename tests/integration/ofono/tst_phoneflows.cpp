@@ -31,8 +31,7 @@ QByteArray uriMessage(char code, const QByteArray& rest)
     return message;
 }
 
-template<typename T>
-T* waitForDialog(const RecordingDialogServer& server)
+template<typename T> T* waitForDialog(const RecordingDialogServer& server)
 {
     if (!QTest::qWaitFor([&] { return qobject_cast<T*>(server.lastShown()) != nullptr; }, 5000))
         return nullptr;
@@ -109,7 +108,7 @@ void tst_PhoneFlows::telTagDialsOnTheModem()
     QCOMPARE(rejected.size(), 0);
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).first().args,
-             (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("default")}));
+             (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("default")}));
     QCOMPARE(m_handlers->opened(QStringLiteral("tel")), QStringList());
 }
 
@@ -136,7 +135,7 @@ void tst_PhoneFlows::smsTagInFlightModeIsSentDirectlyAfterYes()
     QCOMPARE(rejected.size(), 0);
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).first().args,
-             (QVariantList{QStringLiteral("+358401234567"), QStringLiteral("Hello there")}));
+             (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("Hello there")}));
     QCOMPARE(m_handlers->opened(QStringLiteral("sms")), QStringList());
 }
 
