@@ -95,13 +95,12 @@ void inProcess(const Case& c)
         apdus = result.apdus;
         sent = bytesSent(*tag);
     }
-    std::printf("in process  %-34s %8.1f us/read  %3d APDUs  %5d bytes sent for %d of NDEF\n", c.name,
-                median(times), apdus, sent, int(c.message.size()));
+    std::printf("in process  %-34s %8.1f us/read  %3d APDUs  %5d bytes sent for %d of NDEF\n", c.name, median(times),
+                apdus, sent, int(c.message.size()));
 }
 
 // Runs the event loop until done() holds or the time is up.
-template<typename Done>
-bool waitUntil(Done done, int milliseconds)
+template<typename Done> bool waitUntil(Done done, int milliseconds)
 {
     QElapsedTimer timer;
     timer.start();
@@ -145,7 +144,7 @@ public:
 private:
     QByteArray m_reader;
     std::thread m_thread;
-    std::atomic<bool> m_found{false};
+    std::atomic<bool> m_found {false};
     Clock::time_point m_seen;
 };
 

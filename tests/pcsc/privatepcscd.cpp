@@ -23,7 +23,7 @@ bool portFree(int port)
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     if (fd < 0)
         return false;
-    sockaddr_in address{};
+    sockaddr_in address {};
     address.sin_family = AF_INET;
     address.sin_port = htons(quint16(port));
     address.sin_addr.s_addr = htonl(INADDR_ANY);
@@ -155,8 +155,8 @@ bool PrivatePcscd::start(QString* error)
 
     // In its own mount namespace pcscd's /run is the test's directory, and the USB drivers are hidden so
     // that it loads only the virtual readers of its configuration.
-    const QString script = QStringLiteral(
-        "mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers && exec pcscd -f -a -c \"$1/conf\"");
+    const QString script = QStringLiteral("mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers "
+                                          "&& exec pcscd -f -a -c \"$1/conf\"");
     QStringList arguments;
     if (::geteuid() != 0)
         arguments << QStringLiteral("--map-root-user");
