@@ -1,6 +1,7 @@
 #include "nfcdaemon.h"
 #include "bluetoothhandover.h"
 #include "daemonlogging.h"
+#include "ndefmessage.h"
 #include "nfcdnames.h"
 
 #include "nfcduiagentproxy.h"
@@ -254,6 +255,10 @@ void NfcDaemon::touchTag(const QByteArray& ndef, const Done& done, bool useOverr
     callAgent(QStringLiteral("NotifyTouch(%1, %2)").arg(target.path()).arg(Nfcd::TouchRead),
               m_agentProxy->NotifyTouch(target, Nfcd::TouchRead), target, Done());
 
+    if (!std::unique_ptr<NDEFMessage>(NDEFMessage::createFromData(ndef))) {
+        qCInfo(lcDaemon, "tag %s: the %d bytes are not an NDEF message; delivered as they are",
+               qPrintable(target.path()), int(ndef.size()));
+    }
     const BluetoothHandover handover = BluetoothHandover::parse(ndef);
     if (handover.kind() == BluetoothHandover::Malformed) {
         qCInfo(lcDaemon, "tag %s: malformed Bluetooth handover (%s), delivered as plain data",

@@ -14,6 +14,7 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 
+#include "defaultsfile.h"
 #include "fakeplatform.h"
 #include "ndefmessage.h"
 #include "ndefrecord.h"
@@ -21,39 +22,9 @@
 #include "ndefwriter.h"
 
 using ConnUi::NdefRecordHandler;
+using namespace DefaultsFile;
 
 namespace {
-
-QString nfcDirectoryPath()
-{
-    return QDir::homePath() + QStringLiteral("/.nfc");
-}
-
-QString databasePath()
-{
-    return nfcDirectoryPath() + QStringLiteral("/defaulttaghandlers");
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-// The database file with one pair, key sms and value App.
-QByteArray exampleDatabase()
-{
-    return QByteArray::fromHex("00000001"
-                               "00000006" "0073006d0073"
-                               "00000006" "004100700070");
-}
 
 QString unableToRead()
 {
@@ -163,8 +134,7 @@ private Q_SLOTS:
         m_messages.clear();
         QFile(nfcDirectoryPath()).setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner
                                                  | QFileDevice::ExeOwner);
-        QDir(nfcDirectoryPath()).removeRecursively();
-        QFile::remove(nfcDirectoryPath());
+        removeDatabase();
     }
 
     // --- Written only on change -----------------------------------------------------------------

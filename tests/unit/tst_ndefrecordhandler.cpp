@@ -17,6 +17,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "defaultsfile.h"
 #include "fakeplatform.h"
 #include "ndefmessage.h"
 #include "ndefrecord.h"
@@ -47,6 +48,7 @@ public:
 } // namespace ConnUi
 
 using ConnUi::NdefRecordHandler;
+using namespace DefaultsFile;
 using ConnUi::NdefRecordExaminer;
 
 namespace {
@@ -111,43 +113,6 @@ struct DiscardWithDataFile
     }
 };
 using Handler = QScopedPointer<NdefRecordHandler, DiscardWithDataFile>;
-
-QString nfcDirectoryPath()
-{
-    return QDir::homePath() + QStringLiteral("/.nfc");
-}
-
-QString databasePath()
-{
-    return nfcDirectoryPath() + QStringLiteral("/defaulttaghandlers");
-}
-
-void removeDatabase()
-{
-    QDir(nfcDirectoryPath()).removeRecursively();
-    QFile::remove(nfcDirectoryPath());
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-// The database file with one pair, key sms and value App.
-QByteArray exampleDatabase()
-{
-    return QByteArray::fromHex("00000001"
-                               "00000006" "0073006d0073"
-                               "00000006" "004100700070");
-}
 
 // The pairs of the database file in file order.
 QList<QPair<QString, QString>> databasePairs()

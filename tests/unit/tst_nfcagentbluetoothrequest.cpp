@@ -37,6 +37,7 @@ using ConnUi::NfcPairingDialog;
 using namespace TestDevices;
 using TestSupport::banners;
 using TestSupport::callsOf;
+using TestSupport::managerCalls;
 
 namespace {
 
@@ -74,6 +75,64 @@ QList<BluetoothConnectionManager*> managers()
 BluetoothAdapter* platformAdapter()
 {
     return FakePlatform::last<BluetoothAdapter>();
+}
+
+// The operations a request runs on the device once the adapter is powered: pairing, connection, disconnection.
+QStringList operationCalls()
+{
+    return callsOf({QStringLiteral("BluetoothPairingProcess::start"),
+                    QStringLiteral("BluetoothConnectionManager::connect"),
+                    QStringLiteral("BluetoothConnectionManager::disconnect")});
+}
+
+// The other headset and the requested one, both paired and connectable, each with or without audio.
+void setOtherAndHeadset(bool otherHasAudio, bool headsetHasAudio)
+{
+    TestSupport::setBluetoothDevices(
+        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, otherHasAudio),
+         TestSupport::bluetoothDevice(headset, platformName, true, true, headsetHasAudio)});
+}
+
+// The platform adapter reports a changed property; false when there is no adapter to report it.
+bool adapterReports(const QString& property)
+{
+    BluetoothAdapter* adapter = platformAdapter();
+    if (!adapter)
+        return false;
+    Q_EMIT adapter->propertyChanged(property);
+    return true;
+}
+
+// The newest pairing process reports that it finished; false when there is none.
+bool pairingFinishes()
+{
+    BluetoothPairingProcess* process = FakePlatform::last<BluetoothPairingProcess>();
+    if (!process)
+        return false;
+    Q_EMIT process->finished();
+    return true;
+}
+
+// The given connection manager emits one of its signals; false when there is no such manager.
+template<typename Signal, typename... Args>
+bool managerEmits(BluetoothConnectionManager* manager, Signal signal, const Args&... args)
+{
+    if (!manager)
+        return false;
+    Q_EMIT(manager->*signal)(args...);
+    return true;
+}
+
+// The first connection manager the request made (the one of its first operation) emits a signal.
+template<typename Signal, typename... Args> bool firstManagerEmits(Signal signal, const Args&... args)
+{
+    return managerEmits(managers().value(0), signal, args...);
+}
+
+// The newest connection manager (after an audio swap, the one of the connection) emits a signal.
+template<typename Signal, typename... Args> bool lastManagerEmits(Signal signal, const Args&... args)
+{
+    return managerEmits(managers().isEmpty() ? nullptr : managers().last(), signal, args...);
 }
 
 } // namespace
@@ -176,6 +235,7 @@ private Q_SLOTS:
 
 private:
     NfcAgentBluetoothRequest* newRequest(int type, const QString& address = headset);
+    NfcPairingDialog* startAndWaitForTheUser(NfcAgentBluetoothRequest* request);
     bool keepPowerOk() const;
 
     BluezMock bluez;
@@ -190,6 +250,13 @@ NfcAgentBluetoothRequest* tst_NfcAgentBluetoothRequest::newRequest(int type, con
         NfcAgentBluetoothRequest::Type(type), server, QDBusObjectPath(targetPath), address, daemonName, headsetClass);
     created.append(request);
     return request;
+}
+
+// Starts a pairing request that asks the user first; the pairing dialog it showed, or null when it showed none.
+NfcPairingDialog* tst_NfcAgentBluetoothRequest::startAndWaitForTheUser(NfcAgentBluetoothRequest* request)
+{
+    request->start();
+    return server->lastShownOf<NfcPairingDialog>();
 }
 
 // The adapter got exactly one SetProperty("Powered", variant true) from BlueZ's point of view.
@@ -424,8 +491,7 @@ void tst_NfcAgentBluetoothRequest::dialogAppearanceIsRelayedAsDialogShown()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
 
     dialog->appear();
@@ -440,8 +506,7 @@ void tst_NfcAgentBluetoothRequest::confirmedDialogLeadsToPowerUpAndPairing()
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     FakePlatform::clearCalls();
 
@@ -475,8 +540,7 @@ void tst_NfcAgentBluetoothRequest::declinedDialogRejects()
     QFETCH(int, result);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     FakePlatform::clearCalls();
 
@@ -492,8 +556,7 @@ void tst_NfcAgentBluetoothRequest::dialogFinishedClosesTheDialogThatFinished()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* ownDialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* ownDialog = startAndWaitForTheUser(request);
     QVERIFY(ownDialog);
 
     Dialog* other = new Dialog;
@@ -511,8 +574,7 @@ void tst_NfcAgentBluetoothRequest::dialogFinishedWithoutSenderWarns()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     FakePlatform::clearCalls();
 
@@ -571,8 +633,7 @@ void tst_NfcAgentBluetoothRequest::unknownDeviceFailsAtStart()
     COMPARE_CALLS(FakePlatform::callNames(), QStringList {QStringLiteral("BluetoothAdapter::deviceForAddress")});
     // No power-up: the adapter's power change reaches nothing.
     FakePlatform::setBluetoothPowered(true);
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+    QVERIFY(adapterReports(QStringLiteral("powered")));
     QCOMPARE(outcome.outcomes(), 1);
     QVERIFY(managers().isEmpty());
     QCOMPARE(bluez.calls(BluezMock::managerPath()).size(), 0);
@@ -582,10 +643,8 @@ void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionNeverAskTheUser_dat
 {
     QTest::addColumn<int>("type");
     QTest::addColumn<QString>("operation");
-    QTest::newRow("connect") << int(NfcAgentBluetoothRequest::Connect)
-                             << QStringLiteral("BluetoothConnectionManager::connect ") + headset;
-    QTest::newRow("disconnect") << int(NfcAgentBluetoothRequest::Disconnect)
-                                << QStringLiteral("BluetoothConnectionManager::disconnect ") + headset;
+    QTest::newRow("connect") << int(NfcAgentBluetoothRequest::Connect) << QStringLiteral("connect ") + headset;
+    QTest::newRow("disconnect") << int(NfcAgentBluetoothRequest::Disconnect) << QStringLiteral("disconnect ") + headset;
 }
 
 void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionNeverAskTheUser()
@@ -603,9 +662,7 @@ void tst_NfcAgentBluetoothRequest::connectionAndDisconnectionNeverAskTheUser()
     QVERIFY(server->shownDialogs().isEmpty());
     QCOMPARE(FakePlatform::count(QStringLiteral("NfcAdapter::defaultAdapter")), 0);
     QCOMPARE(FakePlatform::count(QStringLiteral("QSystemDeviceInfo::lockStatus")), 0);
-    COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
-                  QStringList {operation});
+    COMPARE_CALLS(managerCalls(), QStringList {operation});
     QCOMPARE(outcome.outcomes(), 0);
 }
 
@@ -638,8 +695,7 @@ void tst_NfcAgentBluetoothRequest::unknownTypeRunsLikeConnectionThenIsInvalid()
         QCOMPARE(outcome.outcomes(), 0);
         FakePlatform::setBluetoothPowered(true);
         QTest::ignoreMessage(QtWarningMsg, warning.constData());
-        QVERIFY(platformAdapter());
-        emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+        QVERIFY(adapterReports(QStringLiteral("powered")));
     }
 
     QCOMPARE(outcome.failures(), QStringList {QString::fromLatin1(invalidRequestReason)});
@@ -673,8 +729,7 @@ void tst_NfcAgentBluetoothRequest::stopClosesTheDialogSilently()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    QPointer<NfcPairingDialog> dialog = server->lastShownOf<NfcPairingDialog>();
+    QPointer<NfcPairingDialog> dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     FakePlatform::clearCalls();
 
@@ -691,8 +746,7 @@ void tst_NfcAgentBluetoothRequest::stopLeavesTheDialogConnected()
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     request->stop();
 
@@ -708,8 +762,7 @@ void tst_NfcAgentBluetoothRequest::stopAfterDialogIsGoneDoesNothing()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    NfcPairingDialog* dialog = server->lastShownOf<NfcPairingDialog>();
+    NfcPairingDialog* dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     delete dialog; // the server destroyed it
     FakePlatform::clearCalls();
@@ -730,8 +783,7 @@ void tst_NfcAgentBluetoothRequest::stopDoesNotCancelWaitingForPower()
     request->stop();
 
     FakePlatform::setBluetoothPowered(true);
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+    QVERIFY(adapterReports(QStringLiteral("powered")));
 
     COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::connect")}),
                   QStringList {QStringLiteral("BluetoothConnectionManager::connect ") + headset});
@@ -747,8 +799,7 @@ void tst_NfcAgentBluetoothRequest::stopDoesNotCancelConnection()
     QCOMPARE(managers().size(), 1);
     request->stop();
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->connected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::connected));
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
 }
@@ -760,8 +811,7 @@ void tst_NfcAgentBluetoothRequest::destructionClosesLiveDialog()
 {
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
-    request->start();
-    QPointer<NfcPairingDialog> dialog = server->lastShownOf<NfcPairingDialog>();
+    QPointer<NfcPairingDialog> dialog = startAndWaitForTheUser(request);
     QVERIFY(dialog);
     FakePlatform::clearCalls();
 
@@ -807,13 +857,11 @@ void tst_NfcAgentBluetoothRequest::destructionDeletesOwnedPlatformObjects()
     QFETCH(QStringList, owned);
     FakePlatform::setConfirmationEnabled(false);
     FakePlatform::setBluetoothPowered(powered);
-    TestSupport::setBluetoothDevices({TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, otherHasAudio),
-                TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(otherHasAudio, false);
     NfcAgentBluetoothRequest* request = newRequest(type);
     request->start();
     if (finishPairing) {
-        QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
-        emit FakePlatform::last<BluetoothPairingProcess>()->finished();
+        QVERIFY(pairingFinishes());
     }
 
     QList<QPointer<QObject>> alive;
@@ -835,12 +883,10 @@ void tst_NfcAgentBluetoothRequest::destructionDeletesOwnedPlatformObjects()
 
 void tst_NfcAgentBluetoothRequest::destructionKeepsIgnoreAddresses()
 {
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(true, false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     request->start();
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
     QCOMPARE(server->properties().value(QStringLiteral("BtDisconnectIgnoreAddress")).toString(), otherHeadset);
     QCOMPARE(server->properties().value(QStringLiteral("BtConnectIgnoreAddress")).toString(), headset);
     FakePlatform::clearCalls();
@@ -872,8 +918,7 @@ void tst_NfcAgentBluetoothRequest::pairingBannerComesBeforeThePowerCheck()
 
     // The adapter then reports its power but stays off: the banner was shown all the same.
     QTest::ignoreMessage(QtWarningMsg, "Bluetooth adapter was not powered");
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+    QVERIFY(adapterReports(QStringLiteral("powered")));
     QCOMPARE(outcome.failures(), QStringList {QString::fromLatin1(failedReason)});
     COMPARE_CALLS(banners(), QStringList {pairingBanner(daemonName)});
 }
@@ -915,17 +960,13 @@ void tst_NfcAgentBluetoothRequest::poweredAdapterGoesOnAtOnce()
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(type);
     Outcome outcome(request);
-    const QStringList operations {QStringLiteral("BluetoothPairingProcess::start"),
-                                  QStringLiteral("BluetoothConnectionManager::connect"),
-                                  QStringLiteral("BluetoothConnectionManager::disconnect")};
 
     request->start();
-    COMPARE_CALLS(callsOf(operations), QStringList {operation});
+    COMPARE_CALLS(operationCalls(), QStringList {operation});
 
     // No connection to the adapter was made: a later power report changes nothing.
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
-    COMPARE_CALLS(callsOf(operations), QStringList {operation});
+    QVERIFY(adapterReports(QStringLiteral("powered")));
+    COMPARE_CALLS(operationCalls(), QStringList {operation});
     QCOMPARE(outcome.outcomes(), 0);
 }
 
@@ -943,24 +984,19 @@ void tst_NfcAgentBluetoothRequest::unpoweredAdapterIsWaitedFor()
     setHeadsetOnly();
     NfcAgentBluetoothRequest* request = newRequest(type);
     Outcome outcome(request);
-    const QStringList operations {QStringLiteral("BluetoothPairingProcess::start"),
-                                  QStringLiteral("BluetoothConnectionManager::connect"),
-                                  QStringLiteral("BluetoothConnectionManager::disconnect")};
 
     request->start();
     QTest::qWait(50);
-    COMPARE_CALLS(callsOf(operations), QStringList());
+    COMPARE_CALLS(operationCalls(), QStringList());
     QCOMPARE(bluez.calls(BluezMock::managerPath()).size(), 0);
 
     FakePlatform::setBluetoothPowered(true);
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
-    COMPARE_CALLS(callsOf(operations), QStringList {operation});
+    QVERIFY(adapterReports(QStringLiteral("powered")));
+    COMPARE_CALLS(operationCalls(), QStringList {operation});
 
     // The wait is over: the connection to the adapter is gone.
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
-    COMPARE_CALLS(callsOf(operations), QStringList {operation});
+    QVERIFY(adapterReports(QStringLiteral("powered")));
+    COMPARE_CALLS(operationCalls(), QStringList {operation});
     QCOMPARE(outcome.outcomes(), 0);
 }
 
@@ -983,16 +1019,13 @@ void tst_NfcAgentBluetoothRequest::otherPropertyChangesAreIgnored()
     request->start();
 
     // Whether the adapter is off or on by now, only "powered" counts.
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(property);
+    QVERIFY(adapterReports(property));
     FakePlatform::setBluetoothPowered(true);
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(property);
+    QVERIFY(adapterReports(property));
     QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothConnectionManager::connect")), 0);
     QCOMPARE(outcome.outcomes(), 0);
 
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+    QVERIFY(adapterReports(QStringLiteral("powered")));
     QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothConnectionManager::connect")), 1);
 }
 
@@ -1005,8 +1038,7 @@ void tst_NfcAgentBluetoothRequest::poweredChangeWhileOffFails()
     request->start();
 
     QTest::ignoreMessage(QtWarningMsg, "Bluetooth adapter was not powered");
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+    QVERIFY(adapterReports(QStringLiteral("powered")));
     QCOMPARE(outcome.failures(), QStringList {QString::fromLatin1(failedReason)});
     QCOMPARE(outcome.outcomes(), 1);
     QVERIFY(managers().isEmpty());
@@ -1014,8 +1046,7 @@ void tst_NfcAgentBluetoothRequest::poweredChangeWhileOffFails()
 
     // The connection to the adapter is kept after the failure.
     QTest::ignoreMessage(QtWarningMsg, "Bluetooth adapter was not powered");
-    QVERIFY(platformAdapter());
-    emit platformAdapter()->propertyChanged(QStringLiteral("powered"));
+    QVERIFY(adapterReports(QStringLiteral("powered")));
     QCOMPARE(outcome.failed.count(), 2);
 }
 
@@ -1107,8 +1138,7 @@ void tst_NfcAgentBluetoothRequest::disconnectionDoesNotNeedBlueZ()
 
     BluezWarningLog log;
     request->start();
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
 
     QCOMPARE(log.warnings(), QStringList());
     COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::disconnect")}),
@@ -1183,7 +1213,7 @@ void tst_NfcAgentBluetoothRequest::pairingErrorFailsWithTheProcessText()
     QVERIFY(process);
     FakePlatform::clearCalls();
 
-    emit process->finished();
+    Q_EMIT process->finished();
 
     QCOMPARE(outcome.failures(), QStringList {error});
     QCOMPARE(outcome.outcomes(), 1);
@@ -1197,10 +1227,12 @@ void tst_NfcAgentBluetoothRequest::pairingErrorFailsWithTheProcessText()
 void tst_NfcAgentBluetoothRequest::pairingOfDeviceThatCannotBeConnectedIsAccepted_data()
 {
     QTest::addColumn<QVariantList>("devices");
-    QTest::newRow("paired, not connectable") << QVariantList {TestSupport::bluetoothDevice(headset, platformName, true, false, false)};
+    QTest::newRow("paired, not connectable")
+        << QVariantList {TestSupport::bluetoothDevice(headset, platformName, true, false, false)};
     QTest::newRow("connectable, not reported paired")
         << QVariantList {TestSupport::bluetoothDevice(headset, platformName, false, true, false)};
-    QTest::newRow("unknown to the adapter") << QVariantList {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true)};
+    QTest::newRow("unknown to the adapter")
+        << QVariantList {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true)};
 }
 
 void tst_NfcAgentBluetoothRequest::pairingOfDeviceThatCannotBeConnectedIsAccepted()
@@ -1213,8 +1245,7 @@ void tst_NfcAgentBluetoothRequest::pairingOfDeviceThatCannotBeConnectedIsAccepte
     request->start();
     FakePlatform::clearCalls();
 
-    QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
-    emit FakePlatform::last<BluetoothPairingProcess>()->finished();
+    QVERIFY(pairingFinishes());
 
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
@@ -1233,8 +1264,7 @@ void tst_NfcAgentBluetoothRequest::pairedConnectableDeviceIsConnected()
     request->start();
     FakePlatform::clearCalls();
 
-    QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
-    emit FakePlatform::last<BluetoothPairingProcess>()->finished();
+    QVERIFY(pairingFinishes());
 
     COMPARE_CALLS(callsOf({QStringLiteral("BluetoothAdapter::"), QStringLiteral("BluetoothConnectionManager::"),
                            QStringLiteral("Server::")}),
@@ -1245,8 +1275,7 @@ void tst_NfcAgentBluetoothRequest::pairedConnectableDeviceIsConnected()
                                 QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
     QCOMPARE(outcome.outcomes(), 0);
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->connected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::connected));
     COMPARE_CALLS(banners(), QStringList {connectedBanner(platformName)});
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
@@ -1259,11 +1288,9 @@ void tst_NfcAgentBluetoothRequest::pairedDeviceConnectionFailureFails()
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
     request->start();
-    QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
-    emit FakePlatform::last<BluetoothPairingProcess>()->finished();
+    QVERIFY(pairingFinishes());
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->connectionFailed(QStringLiteral("Host is down"));
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::connectionFailed, QStringLiteral("Host is down")));
     QCOMPARE(outcome.failures(), QStringList {QStringLiteral("Host is down")});
     QCOMPARE(outcome.outcomes(), 1);
     QVERIFY(!server->properties().contains(QStringLiteral("BtConnectIgnoreAddress")));
@@ -1272,25 +1299,17 @@ void tst_NfcAgentBluetoothRequest::pairedDeviceConnectionFailureFails()
 void tst_NfcAgentBluetoothRequest::pairingSwapsAudioDevice()
 {
     FakePlatform::setConfirmationEnabled(false);
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(true, false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Pairing);
     Outcome outcome(request);
     request->start();
-    QVERIFY(FakePlatform::last<BluetoothPairingProcess>());
-    emit FakePlatform::last<BluetoothPairingProcess>()->finished();
+    QVERIFY(pairingFinishes());
 
-    COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
-                  QStringList {QStringLiteral("BluetoothConnectionManager::disconnect ") + otherHeadset});
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
-    COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
-                  (QStringList {QStringLiteral("BluetoothConnectionManager::disconnect ") + otherHeadset,
-                                QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
-    QVERIFY(!managers().isEmpty());
-    emit managers().last()->connected();
+    COMPARE_CALLS(managerCalls(), QStringList {QStringLiteral("disconnect ") + otherHeadset});
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
+    COMPARE_CALLS(managerCalls(), (QStringList {QStringLiteral("disconnect ") + otherHeadset,
+                                QStringLiteral("connect ") + headset}));
+    QVERIFY(lastManagerEmits(&BluetoothConnectionManager::connected));
 
     COMPARE_CALLS(banners(), (QStringList {pairingBanner(daemonName), disconnectedBanner(otherName),
                                            connectedBanner(platformName)}));
@@ -1303,8 +1322,7 @@ void tst_NfcAgentBluetoothRequest::pairingSwapsAudioDevice()
 
 void tst_NfcAgentBluetoothRequest::connectionWithoutAudioDeviceConnects()
 {
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, false), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(false, false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1316,8 +1334,7 @@ void tst_NfcAgentBluetoothRequest::connectionWithoutAudioDeviceConnects()
     QCOMPARE(outcome.outcomes(), 0);
     FakePlatform::clearCalls();
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->connected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::connected));
 
     COMPARE_CALLS(callsOf({QStringLiteral("ConnectivityUIUtils::"), QStringLiteral("SimpleNotification::")}),
                   (QStringList {QStringLiteral("ConnectivityUIUtils::unblankDisplay"),
@@ -1351,8 +1368,7 @@ void tst_NfcAgentBluetoothRequest::connectionFailureClearsIgnoreAddressAndFails(
     FakePlatform::clearCalls();
 
     const QString reason = QStringLiteral("org.bluez.Error.ConnectionAttemptFailed");
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->connectionFailed(reason);
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::connectionFailed, reason));
 
     COMPARE_CALLS(callsOf({QStringLiteral("Server::")}),
                   QStringList {QStringLiteral("Server::setProperty BtConnectIgnoreAddress <invalid>")});
@@ -1364,8 +1380,7 @@ void tst_NfcAgentBluetoothRequest::connectionFailureClearsIgnoreAddressAndFails(
 
 void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
 {
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(true, false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1377,8 +1392,7 @@ void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
     QCOMPARE(managers().size(), 1);
     FakePlatform::clearCalls();
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
     COMPARE_CALLS(
         callsOf({QStringLiteral("Server::"), QStringLiteral("BluetoothConnectionManager::connect"),
                  QStringLiteral("BluetoothConnectionManager::disconnect"), QStringLiteral("SimpleNotification::")}),
@@ -1388,8 +1402,7 @@ void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
                       QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
     QCOMPARE(outcome.outcomes(), 0);
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().last()->connected();
+    QVERIFY(lastManagerEmits(&BluetoothConnectionManager::connected));
     COMPARE_CALLS(banners(), (QStringList {disconnectedBanner(otherName), connectedBanner(platformName)}));
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
@@ -1397,8 +1410,7 @@ void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
 
 void tst_NfcAgentBluetoothRequest::audioSwapDeletesTheOldManagerAtOnce()
 {
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(true, false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
@@ -1410,7 +1422,7 @@ void tst_NfcAgentBluetoothRequest::audioSwapDeletesTheOldManagerAtOnce()
 
     // The manager is deleted inside its own signal, before the emission returns and without the event
     // loop running; nothing touches it afterwards (a build with AddressSanitizer would show it).
-    emit oldManager->disconnected();
+    Q_EMIT oldManager->disconnected();
     signalReturned = true;
 
     QVERIFY(!oldManager);
@@ -1423,7 +1435,7 @@ void tst_NfcAgentBluetoothRequest::audioSwapDeletesTheOldManagerAtOnce()
     // Nothing was left for the event loop to delete.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QCOMPARE(managers().size(), 1);
-    emit managers().first()->connected();
+    Q_EMIT managers().first()->connected();
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
 }
@@ -1434,15 +1446,11 @@ void tst_NfcAgentBluetoothRequest::audioSwapReconnectsTargetThatHasAudio()
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
-    QVERIFY(!managers().isEmpty());
-    emit managers().last()->connected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
+    QVERIFY(lastManagerEmits(&BluetoothConnectionManager::connected));
 
-    COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
-                  (QStringList {QStringLiteral("BluetoothConnectionManager::disconnect ") + headset,
-                                QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
+    COMPARE_CALLS(managerCalls(), (QStringList {QStringLiteral("disconnect ") + headset,
+                                QStringLiteral("connect ") + headset}));
     COMPARE_CALLS(banners(), (QStringList {disconnectedBanner(platformName), connectedBanner(platformName)}));
     QCOMPARE(outcome.accepted.count(), 1);
 }
@@ -1456,30 +1464,25 @@ void tst_NfcAgentBluetoothRequest::audioSwapDisconnectsOnlyFirstAudioDevice()
     Outcome outcome(request);
     request->start();
     QCOMPARE(managers().size(), 1);
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
-    QVERIFY(!managers().isEmpty());
-    emit managers().last()->connected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
+    QVERIFY(lastManagerEmits(&BluetoothConnectionManager::connected));
 
-    COMPARE_CALLS(callsOf({QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
-                  (QStringList {QStringLiteral("BluetoothConnectionManager::disconnect ") + otherHeadset,
-                                QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
+    COMPARE_CALLS(managerCalls(), (QStringList {QStringLiteral("disconnect ") + otherHeadset,
+                                QStringLiteral("connect ") + headset}));
     COMPARE_CALLS(banners(), (QStringList {disconnectedBanner(otherName), connectedBanner(platformName)}));
     QCOMPARE(outcome.accepted.count(), 1);
 }
 
 void tst_NfcAgentBluetoothRequest::audioSwapDisconnectionFailureFails()
 {
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, false)});
+    setOtherAndHeadset(true, false);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Connect);
     Outcome outcome(request);
     request->start();
     FakePlatform::clearCalls();
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnectionFailed(QStringLiteral("Operation in progress"));
+    QVERIFY(
+        firstManagerEmits(&BluetoothConnectionManager::disconnectionFailed, QStringLiteral("Operation in progress")));
 
     COMPARE_CALLS(callsOf({QStringLiteral("Server::")}),
                   QStringList {QStringLiteral("Server::setProperty BtDisconnectIgnoreAddress <invalid>")});
@@ -1494,8 +1497,7 @@ void tst_NfcAgentBluetoothRequest::audioSwapDisconnectionFailureFails()
 
 void tst_NfcAgentBluetoothRequest::disconnectionDisconnectsAndAccepts()
 {
-    TestSupport::setBluetoothDevices(
-        {TestSupport::bluetoothDevice(otherHeadset, otherName, true, true, true), TestSupport::bluetoothDevice(headset, platformName, true, true, true)});
+    setOtherAndHeadset(true, true);
     NfcAgentBluetoothRequest* request = newRequest(NfcAgentBluetoothRequest::Disconnect);
     Outcome outcome(request);
     request->start();
@@ -1507,8 +1509,7 @@ void tst_NfcAgentBluetoothRequest::disconnectionDisconnectsAndAccepts()
     QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothAdapter::listDevices")), 0);
     FakePlatform::clearCalls();
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnected();
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnected));
 
     COMPARE_CALLS(callsOf({QStringLiteral("ConnectivityUIUtils::"), QStringLiteral("SimpleNotification::"),
                            QStringLiteral("BluetoothConnectionManager::connect")}),
@@ -1528,8 +1529,7 @@ void tst_NfcAgentBluetoothRequest::disconnectionFailureClearsIgnoreAddressAndFai
     request->start();
     FakePlatform::clearCalls();
 
-    QVERIFY(!managers().isEmpty());
-    emit managers().first()->disconnectionFailed(QStringLiteral("Not connected"));
+    QVERIFY(firstManagerEmits(&BluetoothConnectionManager::disconnectionFailed, QStringLiteral("Not connected")));
 
     COMPARE_CALLS(callsOf({QStringLiteral("Server::")}),
                   QStringList {QStringLiteral("Server::setProperty BtDisconnectIgnoreAddress <invalid>")});

@@ -11,6 +11,7 @@
 #include <QMetaProperty>
 #include <QThreadPool>
 
+#include "defaultsfile.h"
 #include "dialog.h"
 #include "fakedialogserver.h"
 #include "fakeplatform.h"
@@ -32,19 +33,15 @@ using ConnUi::NfcAgentTagReadRequest;
 using ConnUi::NfcTagNotSupportedDialog;
 using ConnUi::NfcTagReadPermissionDialog;
 
+using namespace DefaultsFile;
 using namespace TagReadSupport;
 
 namespace {
 
-QString databasePath()
-{
-    return QDir::homePath() + QStringLiteral("/.nfc/defaulttaghandlers");
-}
-
 // The default application database as the handlers write it: a Qt 4.6 data stream of the table.
 void writeDefaults(const QHash<QString, QString>& table)
 {
-    QVERIFY(QDir().mkpath(QDir::homePath() + QStringLiteral("/.nfc")));
+    QVERIFY(QDir().mkpath(nfcDirectoryPath()));
     QFile file(databasePath());
     QVERIFY(file.open(QIODevice::WriteOnly));
     QDataStream stream(&file);
@@ -62,6 +59,46 @@ QHash<QString, QString> readDefaults()
     stream.setVersion(QDataStream::Qt_4_6);
     stream >> table;
     return table;
+}
+
+// Two actions for the URI http://x.org.
+void offerBrowserAndReader()
+{
+    FakePlatform::setStringActions(QStringLiteral("http://x.org"),
+                                   {QStringLiteral("Browser"), QStringLiteral("Reader")});
+}
+
+// Two applications registered for NDEF data.
+QList<NdefMessageHandler> twoHandlers()
+{
+    return {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))};
+}
+
+// A tag of one record whose type no action knows.
+QByteArray unknownTypeTag()
+{
+    return NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")});
+}
+
+// A tag of two URI records, http://x.org and http://y.org.
+QByteArray twoUriTag()
+{
+    return NdefWriter::message(
+        {NdefWriter::uri(QStringLiteral("http://x.org")), NdefWriter::uri(QStringLiteral("http://y.org"))});
+}
+
+// The user picks an entry of the confirmation dialog (an empty one: none) and confirms.
+void confirmChoosing(NfcTagReadPermissionDialog* dialog, const QString& chosen)
+{
+    dialog->setSelectedApplication(chosen);
+    dialog->done(Dialog::Ok);
+}
+
+// The user asks for the direct action in the confirmation dialog and confirms.
+void confirmDirectAction(NfcTagReadPermissionDialog* dialog)
+{
+    dialog->setDirectActionSelected(true);
+    dialog->done(Dialog::Ok);
 }
 
 QStringList callArgs(const FakeCall& call)
@@ -95,6 +132,29 @@ private:
         return request;
     }
 
+    // A request for a tag of one URI that the actions handle, started on a dialog server of its own, and the
+    // record of how it ends, made once the request has started.
+    struct UriTag
+    {
+        UriTag(const QString& uri, const QStringList& actions)
+            : request(start(&server, uri, actions))
+            , outcome(request.data())
+        {
+        }
+        // The confirmation dialog, when it is the only dialog open.
+        NfcTagReadPermissionDialog* confirmation() { return server.onlyOpen<NfcTagReadPermissionDialog>(); }
+
+        static NfcAgentTagReadRequest* start(FakeDialogServer* server, const QString& uri, const QStringList& actions)
+        {
+            FakePlatform::setStringActions(uri, actions);
+            return startRequest(server, uriTag(uri));
+        }
+
+        FakeDialogServer server;
+        QScopedPointer<NfcAgentTagReadRequest> request;
+        Outcome outcome;
+    };
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -104,7 +164,7 @@ private Q_SLOTS:
     void init()
     {
         FakePlatform::reset();
-        QDir(QDir::homePath() + QStringLiteral("/.nfc")).removeRecursively();
+        QDir(nfcDirectoryPath()).removeRecursively();
         QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedKingdom));
     }
 
@@ -254,7 +314,7 @@ private Q_SLOTS:
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server,
             NdefWriter::message({NdefWriter::raw(1, "Zz", "abc"), NdefWriter::uri(QStringLiteral("http://x.org"))}),
-            {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
+            twoHandlers()));
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("choice"));
@@ -267,11 +327,10 @@ private Q_SLOTS:
 
     void choicesAreActionsThenHandlerIdsAndSingleRecordPreselectsFirstAction()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
-            &server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))}),
-            {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
+            &server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))}), twoHandlers()));
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader", "app1", "app2"}));
@@ -281,8 +340,8 @@ private Q_SLOTS:
     void singleRecordWithoutActionsPreselectsNothingEvenWithHandlers()
     {
         FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
-            &server, NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}), {handler(QStringLiteral("app1"))}));
+        QScopedPointer<NfcAgentTagReadRequest> request(
+            startRequest(&server, unknownTypeTag(), {handler(QStringLiteral("app1"))}));
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"app1"}));
@@ -291,13 +350,9 @@ private Q_SLOTS:
 
     void multiRecordPreselectsFirstHandlerId()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
-            &server,
-            NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org")),
-                                 NdefWriter::uri(QStringLiteral("http://y.org"))}),
-            {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
+        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, twoUriTag(), twoHandlers()));
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader", "app1", "app2"}));
@@ -306,7 +361,7 @@ private Q_SLOTS:
 
     void multiRecordWithoutHandlersPreselectsFirstAction()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
             &server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org")),
@@ -320,13 +375,10 @@ private Q_SLOTS:
     void storedDefaultApplicationIsPreselected()
     {
         writeDefaults({{QStringLiteral("http"), QStringLiteral("Reader")}});
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(
-            &server,
-            NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org")),
-                                 NdefWriter::uri(QStringLiteral("http://y.org"))}),
-            {handler(QStringLiteral("app1"))}));
+        QScopedPointer<NfcAgentTagReadRequest> request(
+            startRequest(&server, twoUriTag(), {handler(QStringLiteral("app1"))}));
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->preselected(), QStringLiteral("Reader"));
@@ -349,7 +401,7 @@ private Q_SLOTS:
         QFETCH(QList<QByteArray>, unsupportedTypes);
         QFETCH(QStringList, warnedNames);
         QFETCH(QString, expectedKey);
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         QList<NdefWriter::Record> records;
         for (const QByteArray& type : unsupportedTypes)
             records.append(NdefWriter::raw(1, type, "abc"));
@@ -363,8 +415,7 @@ private Q_SLOTS:
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
         QCOMPARE(dialog->choices(), QStringList({"Browser", "Reader"}));
-        dialog->setSelectedApplication(QStringLiteral("Reader"));
-        dialog->done(Dialog::Ok);
+        confirmChoosing(dialog, QStringLiteral("Reader"));
         QCOMPARE(outcome.accepted.count(), 1);
         QCOMPARE(FakePlatform::callsTo(QStringLiteral("ContentAction::trigger")).value(0).args.value(0).toString(),
                  QStringLiteral("Reader"));
@@ -605,15 +656,13 @@ private Q_SLOTS:
 
     void chosenHandlerGetsDataAndIsRemembered()
     {
-        const QByteArray data = NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")});
+        const QByteArray data = unknownTypeTag();
         FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(
-            startRequest(&server, data, {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
+        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, data, twoHandlers()));
         Outcome outcome(request.data());
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
-        dialog->setSelectedApplication(QStringLiteral("app2"));
-        dialog->done(Dialog::Ok);
+        confirmChoosing(dialog, QStringLiteral("app2"));
         QCOMPARE(outcome.accepted.count(), 1);
         const QList<FakeCall> forwards = FakePlatform::callsTo(QStringLiteral("NdefMessageHandler::forwardData"));
         QCOMPARE(forwards.size(), 1);
@@ -625,9 +674,7 @@ private Q_SLOTS:
     void handlersWithNothingChosenGoToTheFirstHandler()
     {
         FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(
-            startRequest(&server, NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}),
-                         {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
+        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, unknownTypeTag(), twoHandlers()));
         Outcome outcome(request.data());
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
@@ -644,14 +691,11 @@ private Q_SLOTS:
     void choiceMatchingNoHandlerGoesToTheFirstHandler()
     {
         FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(
-            startRequest(&server, NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}),
-                         {handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))}));
+        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, unknownTypeTag(), twoHandlers()));
         Outcome outcome(request.data());
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
-        dialog->setSelectedApplication(QStringLiteral("app.gone"));
-        dialog->done(Dialog::Ok);
+        confirmChoosing(dialog, QStringLiteral("app.gone"));
         QCOMPARE(outcome.accepted.count(), 1);
         const QList<FakeCall> forwards = FakePlatform::callsTo(QStringLiteral("NdefMessageHandler::forwardData"));
         QCOMPARE(forwards.size(), 1);
@@ -662,7 +706,7 @@ private Q_SLOTS:
 
     void chosenActionBesideHandlersTriggersTheAction()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))}),
@@ -670,8 +714,7 @@ private Q_SLOTS:
         Outcome outcome(request.data());
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
-        dialog->setSelectedApplication(QStringLiteral("Reader"));
-        dialog->done(Dialog::Ok);
+        confirmChoosing(dialog, QStringLiteral("Reader"));
         QCOMPARE(outcome.accepted.count(), 1);
         QCOMPARE(FakePlatform::count(QStringLiteral("NdefMessageHandler::forwardData")), 0);
         const QList<FakeCall> triggers = FakePlatform::callsTo(QStringLiteral("ContentAction::trigger"));
@@ -703,8 +746,7 @@ private Q_SLOTS:
         Outcome outcome(request.data());
         auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
         QVERIFY(dialog);
-        dialog->setSelectedApplication(chosen);
-        dialog->done(Dialog::Ok);
+        confirmChoosing(dialog, chosen);
         QCOMPARE(outcome.accepted.count(), 1);
         const QList<FakeCall> triggers = FakePlatform::callsTo(QStringLiteral("ContentAction::trigger"));
         QCOMPARE(triggers.size(), 1);
@@ -716,7 +758,7 @@ private Q_SLOTS:
     void processTagWithNothingToActOnShowsErrorDialog()
     {
         FakeDialogServer server;
-        NfcAgentTagReadRequest request(&server, target(), NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")}));
+        NfcAgentTagReadRequest request(&server, target(), unknownTypeTag());
         Outcome outcome(&request);
         QTest::ignoreMessage(QtWarningMsg, "Record type `Zz' not supported");
         QVERIFY(!request.selectSupportedRecord());
@@ -732,7 +774,7 @@ private Q_SLOTS:
     // The confirmation dialog goes back to the server before the error dialog replaces it.
     void errorDialogReplacesAnOpenDialog()
     {
-        FakePlatform::setStringActions(QStringLiteral("http://x.org"), {QStringLiteral("Browser"), QStringLiteral("Reader")});
+        offerBrowserAndReader();
         FakeDialogServer server;
         QScopedPointer<NfcAgentTagReadRequest> request(
             startRequest(&server, NdefWriter::message({NdefWriter::uri(QStringLiteral("http://x.org"))})));
@@ -838,10 +880,10 @@ private Q_SLOTS:
 
     void handleApplicationWithNothingSelectedForwardsToTheFirstHandler()
     {
-        const QByteArray data = NdefWriter::message({NdefWriter::raw(1, "Zz", "abc")});
+        const QByteArray data = unknownTypeTag();
         FakeDialogServer server;
         NfcAgentTagReadRequest request(&server, target(), data);
-        request.setMessageHandlers({handler(QStringLiteral("app1")), handler(QStringLiteral("app2"))});
+        request.setMessageHandlers(twoHandlers());
         request.handleApplication();
         const QList<FakeCall> forwards = FakePlatform::callsTo(QStringLiteral("NdefMessageHandler::forwardData"));
         QCOMPARE(forwards.size(), 1);
@@ -917,17 +959,12 @@ private Q_SLOTS:
 
     void directSmsGoesToEveryRecipientIncludingEmptyOnes()
     {
-        const QString uri = QStringLiteral("sms:+1,,+2");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
-        Outcome outcome(request.data());
-        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
+        UriTag tag(QStringLiteral("sms:+1,,+2"), {QStringLiteral("Messages")});
+        auto* dialog = tag.confirmation();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("uri"));
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
-        QCOMPARE(outcome.accepted.count(), 1);
+        confirmDirectAction(dialog);
+        QCOMPARE(tag.outcome.accepted.count(), 1);
         const QList<FakeCall> sent = FakePlatform::callsTo(QStringLiteral("MessagingIf::sendSMS"));
         QCOMPARE(sent.size(), 3);
         QCOMPARE(sent.at(0).args, QVariantList({QStringLiteral("+1"), QString(), true}));
@@ -939,13 +976,9 @@ private Q_SLOTS:
 
     void confirmedSmsWithoutDirectActionOpensEditor()
     {
-        const QString uri = QStringLiteral("sms:+15551234?body=Hi");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
-        Outcome outcome(request.data());
-        server.lastShown()->done(Dialog::Ok);
-        QCOMPARE(outcome.accepted.count(), 1);
+        UriTag tag(QStringLiteral("sms:+15551234?body=Hi"), {QStringLiteral("Messages")});
+        tag.server.lastShown()->done(Dialog::Ok);
+        QCOMPARE(tag.outcome.accepted.count(), 1);
         const QList<FakeCall> editors = FakePlatform::callsTo(QStringLiteral("MessagingIf::showSmsEditor"));
         QCOMPARE(editors.size(), 1);
         QCOMPARE(editors.first().args.value(0).toStringList(), QStringList({"+15551234"}));
@@ -966,46 +999,41 @@ private Q_SLOTS:
         QFETCH(int, answer);
         QFETCH(bool, sends);
         FakePlatform::setOfflineStatus(0);
-        const QString uri = QStringLiteral("sms:+15551234?body=Hi");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Messages")});
-        FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
-        Outcome outcome(request.data());
+        UriTag tag(QStringLiteral("sms:+15551234?body=Hi"), {QStringLiteral("Messages")});
         int sentWhenAccepted = -1;
-        connect(request.data(), &NfcAgentTagReadRequest::accepted, this,
+        connect(tag.request.data(), &NfcAgentTagReadRequest::accepted, this,
                 [&] { sentWhenAccepted = FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")); });
-        auto* confirmation = server.onlyOpen<NfcTagReadPermissionDialog>();
+        auto* confirmation = tag.confirmation();
         QVERIFY(confirmation);
-        confirmation->setDirectActionSelected(true);
-        confirmation->done(Dialog::Ok);
-        QCOMPARE(outcome.accepted.count() + outcome.rejected.count(), 0);
+        confirmDirectAction(confirmation);
+        QCOMPARE(tag.outcome.accepted.count() + tag.outcome.rejected.count(), 0);
         QCOMPARE(FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")), 0);
 
-        auto* box = server.lastShownOf<MessageBox>();
+        auto* box = tag.server.lastShownOf<MessageBox>();
         QVERIFY(box);
-        QVERIFY(server.isOpen(box));
+        QVERIFY(tag.server.isOpen(box));
         QCOMPARE(box->title(), QStringLiteral("Exit offline mode?"));
         QCOMPARE(box->text(), QStringLiteral("The message can only be sent with offline mode off. "
                                              "Turn offline mode off and send the message?"));
         QCOMPARE(box->buttons(), 0x14000);
         box->appear();
-        QCOMPARE(outcome.dialogShown.count(), 0);
+        QCOMPARE(tag.outcome.dialogShown.count(), 0);
 
         box->done(answer);
         if (sends) {
-            QCOMPARE(outcome.accepted.count(), 1);
-            QCOMPARE(outcome.rejected.count(), 0);
+            QCOMPARE(tag.outcome.accepted.count(), 1);
+            QCOMPARE(tag.outcome.rejected.count(), 0);
             QCOMPARE(sentWhenAccepted, 1);
             QCOMPARE(FakePlatform::callsTo(QStringLiteral("MessagingIf::sendSMS")).value(0).args,
                      QVariantList({QStringLiteral("+15551234"), QStringLiteral("Hi"), true}));
         } else {
-            QCOMPARE(outcome.rejected.count(), 1);
-            QCOMPARE(outcome.accepted.count(), 0);
+            QCOMPARE(tag.outcome.rejected.count(), 1);
+            QCOMPARE(tag.outcome.accepted.count(), 0);
             QCOMPARE(FakePlatform::count(QStringLiteral("MessagingIf::sendSMS")), 0);
         }
         // The box is the request's dialog now: stopping the request hands it back.
-        request->stop();
-        QVERIFY(!server.isOpen(box));
+        tag.request->stop();
+        QVERIFY(!tag.server.isOpen(box));
     }
 
     void handleCallUriDropsSchemeAndQuery_data()
@@ -1031,17 +1059,12 @@ private Q_SLOTS:
 
     void callUriWithDirectActionPlacesTheCall()
     {
-        const QString uri = QStringLiteral("tel:+15551234?x=1");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Phone"), QStringLiteral("Skype")});
-        FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
-        Outcome outcome(request.data());
-        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
+        UriTag tag(QStringLiteral("tel:+15551234?x=1"), {QStringLiteral("Phone"), QStringLiteral("Skype")});
+        auto* dialog = tag.confirmation();
         QVERIFY(dialog);
         QCOMPARE(dialog->kind(), QStringLiteral("uri"));
-        dialog->setDirectActionSelected(true);
-        dialog->done(Dialog::Ok);
-        QCOMPARE(outcome.accepted.count(), 1);
+        confirmDirectAction(dialog);
+        QCOMPARE(tag.outcome.accepted.count(), 1);
         QCOMPARE(FakePlatform::callsTo(QStringLiteral("CallUiServiceApi::RequestCellularCall")).value(0).args,
                  QVariantList({QStringLiteral("+15551234")}));
         QCOMPARE(FakePlatform::count(QStringLiteral("CallUiServiceApi::RequestCellularCall")), 1);
@@ -1060,16 +1083,11 @@ private Q_SLOTS:
     {
         QFETCH(QString, chosen);
         QFETCH(QString, triggered);
-        const QString uri = QStringLiteral("tel:+15551234");
-        FakePlatform::setStringActions(uri, {QStringLiteral("Phone"), QStringLiteral("Skype")});
-        FakeDialogServer server;
-        QScopedPointer<NfcAgentTagReadRequest> request(startRequest(&server, uriTag(uri)));
-        Outcome outcome(request.data());
-        auto* dialog = server.onlyOpen<NfcTagReadPermissionDialog>();
+        UriTag tag(QStringLiteral("tel:+15551234"), {QStringLiteral("Phone"), QStringLiteral("Skype")});
+        auto* dialog = tag.confirmation();
         QVERIFY(dialog);
-        dialog->setSelectedApplication(chosen);
-        dialog->done(Dialog::Ok);
-        QCOMPARE(outcome.accepted.count(), 1);
+        confirmChoosing(dialog, chosen);
+        QCOMPARE(tag.outcome.accepted.count(), 1);
         QCOMPARE(FakePlatform::count(QStringLiteral("CallUiServiceApi::RequestCellularCall")), 0);
         const QList<FakeCall> triggers = FakePlatform::callsTo(QStringLiteral("ContentAction::trigger"));
         QCOMPARE(triggers.size(), 1);

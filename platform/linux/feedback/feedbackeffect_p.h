@@ -11,7 +11,7 @@ class FeedbackEffectPrivate
 public:
     // The application id given to feedbackd and libcanberra.
     static QString applicationId();
-    // The event (a name of the sound naming specification) that an effect plays: the NFC touch plays
+    // The event (a name of the freedesktop sound naming scheme) that an effect plays: the NFC touch plays
     // "device-added"; any other effect name is taken as an event name itself.
     static QString eventFor(const QString& effect);
     // Closes the sound context, so that the next sound opens libcanberra again with the environment of

@@ -3,6 +3,7 @@
 #include "nfcadapter.h"
 #include "nfcadapter_p.h"
 #include "nfcagent.h"
+#include "nfcagent_p.h"
 #include "nfcdnames.h"
 #include "linuxlogging.h"
 
@@ -223,4 +224,6 @@ void NfcAdapter::registerAgent(NfcAgent* agent)
 void NfcAdapter::unregisterAgent(NfcAgent* agent)
 {
     callAdapter(d->adapter.get(), "UnregisterUIAgent", agent);
+    if (agent)
+        NfcAgentPrivate::unregistered(agent);
 }

@@ -400,6 +400,16 @@ void NfcAgentPrivate::cancel(const PendingCall& call, const char* why)
     bus.send(call.message.createErrorReply(QLatin1String(Nfcd::AgentErrorCanceled), QString::fromLatin1(why)));
 }
 
+void NfcAgentPrivate::unregistered(NfcAgent* agent)
+{
+    NfcAgentPrivate* d = agent->d;
+    const QList<PendingCall> calls = d->pending;
+    d->pending.clear();
+    for (const PendingCall& call : calls)
+        d->cancel(call, "the UI agent was unregistered");
+    d->scheduleExpiry();
+}
+
 void NfcAgentPrivate::scheduleExpiry()
 {
     if (pending.isEmpty()) {

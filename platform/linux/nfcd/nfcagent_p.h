@@ -58,6 +58,10 @@ public:
     void replySharing(const char* replyMethod, const QVariant& info, const QString& errorName,
                       const QString& errorMessage);
 
+    // The agent was unregistered from the daemon: nobody will answer its calls any more (the plugin
+    // deletes its requests without replies), so they are canceled now rather than when they expire.
+    static void unregistered(NfcAgent* agent);
+
     void scheduleExpiry();
     void expire();
     void cancel(const PendingCall& call, const char* why);

@@ -1,6 +1,6 @@
 // Banners as desktop notifications. The banner's text is the notification's summary, its detail the
 // body, its icon the application icon. The event type ("x-orvan.nfc.connected") is the notification's category,
-// already in the "x-vendor.class" form of the notification specification. Banners are transient: they
+// already in the "x-vendor.class" form of the notification protocol. Banners are transient: they
 // need not stay in the notification history.
 //
 // The call is not waited for. A session without a notification service is reported once; the banner is
@@ -10,13 +10,9 @@
 #include "linuxlogging.h"
 #include "notificationsproxy.h"
 #include "uiindications.h"
+#include "unwaitedcall.h"
 
 #include <QDBusConnection>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QMutex>
-#include <QMutexLocker>
-#include <QSet>
 
 namespace {
 
@@ -26,12 +22,9 @@ const char notificationsPath[] = "/org/freedesktop/Notifications";
 // One warning per kind of failure for the life of the process: banners come often.
 void warnOnce(const QString& errorName, const QString& message)
 {
-    static QMutex mutex;
-    static QSet<QString> warned;
-    QMutexLocker locker(&mutex);
-    if (warned.contains(errorName))
+    static UnwaitedCall::ReportedOnce reported;
+    if (!reported.firstTime(errorName))
         return;
-    warned.insert(errorName);
     qCWarning(lcNotifications, "SimpleNotification: banners cannot be shown: %s (%s)", qUtf8Printable(message),
               qUtf8Printable(errorName));
 }
@@ -72,16 +65,9 @@ void SimpleNotification::show(const QString& eventType, const QString& detail, c
     }
 
     NotificationsProxy notifications(QLatin1String(notificationsService), QLatin1String(notificationsPath), bus);
-    const QDBusPendingCall call = notifications.Notify(SimpleNotificationPrivate::applicationName(), 0, icon, text,
-                                                       detail, QStringList(),
-                                                       SimpleNotificationPrivate::hints(eventType), -1);
-    QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(call);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [](QDBusPendingCallWatcher* finished) {
-        const QDBusPendingReply<uint> reply = *finished;
-        if (reply.isError())
-            warnOnce(reply.error().name(), reply.error().message());
-        finished->deleteLater();
-    });
+    UnwaitedCall::onFailure(notifications.Notify(SimpleNotificationPrivate::applicationName(), 0, icon, text, detail,
+                                                 QStringList(), SimpleNotificationPrivate::hints(eventType), -1),
+                            [](const QDBusError& error) { warnOnce(error.name(), error.message()); });
 }
 
 } // namespace ConnUi

@@ -7,27 +7,21 @@
 #include "linuxlogging.h"
 #include "screensaverproxy.h"
 #include "uiindications.h"
+#include "unwaitedcall.h"
 
 #include <QDBusConnection>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
-#include <QMutex>
-#include <QMutexLocker>
-#include <QSet>
 
 namespace {
 
 const char screenSaverService[] = "org.freedesktop.ScreenSaver";
 const char screenSaverPath[] = "/org/freedesktop/ScreenSaver";
 
+// One warning per kind of failure for the life of the process: every tag touch wakes the screen.
 void warnOnce(const QString& errorName, const QString& message)
 {
-    static QMutex mutex;
-    static QSet<QString> warned;
-    QMutexLocker locker(&mutex);
-    if (warned.contains(errorName))
+    static UnwaitedCall::ReportedOnce reported;
+    if (!reported.firstTime(errorName))
         return;
-    warned.insert(errorName);
     qCWarning(lcSession, "ConnectivityUIUtils: the screen cannot be woken: %s (%s)", qUtf8Printable(message),
               qUtf8Printable(errorName));
 }
@@ -40,13 +34,8 @@ void simulateUserActivity()
         return;
     }
     ScreenSaverProxy screenSaver(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus);
-    QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(screenSaver.SimulateUserActivity());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [](QDBusPendingCallWatcher* finished) {
-        const QDBusPendingReply<> reply = *finished;
-        if (reply.isError())
-            warnOnce(reply.error().name(), reply.error().message());
-        finished->deleteLater();
-    });
+    UnwaitedCall::onFailure(screenSaver.SimulateUserActivity(),
+                            [](const QDBusError& error) { warnOnce(error.name(), error.message()); });
 }
 
 } // namespace

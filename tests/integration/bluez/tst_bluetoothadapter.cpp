@@ -6,6 +6,7 @@
 
 #include "bluetoothadapter.h"
 #include "bluezcontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 
 class tst_BluetoothAdapter : public QObject
@@ -36,16 +37,13 @@ private:
 
 void tst_BluetoothAdapter::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_bluez = PhoneMocks::bluez4();
-    QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
+    MockSuite::startOnPrivateBus(*m_bluez);
 }
 
 void tst_BluetoothAdapter::init()
 {
-    if (!m_bluez->isOnBus())
-        QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
-    QVERIFY2(m_bluez->reset(), qPrintable(m_bluez->lastError()));
+    MockSuite::restartAndReset(*m_bluez);
 }
 
 void tst_BluetoothAdapter::cleanupTestCase()

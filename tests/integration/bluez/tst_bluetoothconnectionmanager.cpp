@@ -8,6 +8,7 @@
 #include "bluetoothadapter.h"
 #include "bluetoothconnectionmanager.h"
 #include "bluezcontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 
 namespace {
@@ -60,9 +61,8 @@ private:
 
 void tst_BluetoothConnectionManager::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_bluez = PhoneMocks::bluez4();
-    QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
+    MockSuite::startOnPrivateBus(*m_bluez);
 }
 
 void tst_BluetoothConnectionManager::init()

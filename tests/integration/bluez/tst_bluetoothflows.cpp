@@ -9,6 +9,7 @@
 #include "bluezcontrol.h"
 #include "dialog.h"
 #include "nfcagentbluetoothrequest.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 
@@ -53,15 +54,15 @@ private:
 
 void tst_BluetoothFlows::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
+    MockSuite::requirePrivateBuses();
     QVERIFY2(m_translator.load(QStringLiteral(NFCUI_TRANSLATIONS_QM)), NFCUI_TRANSLATIONS_QM);
     QCoreApplication::installTranslator(&m_translator);
     m_bluez = PhoneMocks::bluez4();
-    QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
+    MockSuite::startOnPrivateBus(*m_bluez);
     m_notifications = PhoneMocks::notifications();
-    QVERIFY2(m_notifications->start(), qPrintable(m_notifications->lastError()));
+    MockSuite::startOnPrivateBus(*m_notifications);
     m_screenSaver = PhoneMocks::screenSaver();
-    QVERIFY2(m_screenSaver->start(), qPrintable(m_screenSaver->lastError()));
+    MockSuite::startOnPrivateBus(*m_screenSaver);
 }
 
 void tst_BluetoothFlows::init()

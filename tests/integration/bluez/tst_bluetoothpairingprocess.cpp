@@ -13,6 +13,7 @@
 #include "bluetoothpairingprocess_p.h"
 #include "bluezcontrol.h"
 #include "bluezpairingagent.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 
 namespace {
@@ -91,18 +92,15 @@ private:
 
 void tst_BluetoothPairingProcess::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_bluez = PhoneMocks::bluez4();
-    QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
+    MockSuite::startOnPrivateBus(*m_bluez);
     m_notifications = PhoneMocks::notifications();
-    QVERIFY2(m_notifications->start(), qPrintable(m_notifications->lastError()));
+    MockSuite::startOnPrivateBus(*m_notifications);
 }
 
 void tst_BluetoothPairingProcess::init()
 {
-    if (!m_bluez->isOnBus())
-        QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
-    QVERIFY2(m_bluez->reset(), qPrintable(m_bluez->lastError()));
+    MockSuite::restartAndReset(*m_bluez);
     QVERIFY(m_notifications->clearCalls(PhoneMocks::notificationsPath()));
     BluetoothPairingProcessPrivate::setTimeoutMs(60000);
 }

@@ -8,6 +8,7 @@
 #include "bluezcontrol.h"
 #include "dialogserver.h"
 #include "nfcdtestsupport.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "pluginloader.h"
 
@@ -45,13 +46,12 @@ private:
 
 void tst_PluginDaemonBluetooth::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_bluez = PhoneMocks::bluez4();
-    QVERIFY2(m_bluez->start(), qPrintable(m_bluez->lastError()));
+    MockSuite::startOnPrivateBus(*m_bluez);
     m_notifications = PhoneMocks::notifications();
-    QVERIFY2(m_notifications->start(), qPrintable(m_notifications->lastError()));
+    MockSuite::startOnPrivateBus(*m_notifications);
     m_screenSaver = PhoneMocks::screenSaver();
-    QVERIFY2(m_screenSaver->start(), qPrintable(m_screenSaver->lastError()));
+    MockSuite::startOnPrivateBus(*m_screenSaver);
 }
 
 void tst_PluginDaemonBluetooth::init()

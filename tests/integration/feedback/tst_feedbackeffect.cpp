@@ -14,6 +14,7 @@
 
 #include "feedbackeffect.h"
 #include "feedbackeffect_p.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "uiindications.h"
 
@@ -84,7 +85,7 @@ private:
 
 void tst_FeedbackEffect::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
+    MockSuite::requirePrivateBuses();
     QVERIFY(m_dir.isValid());
 
     // A sound theme of the suite's own, and no other.
@@ -153,7 +154,7 @@ void tst_FeedbackEffect::touchIsReportedAsIndication()
 void tst_FeedbackEffect::touchTriggersFeedbackdWhenItRuns()
 {
     m_feedbackd = PhoneMocks::feedbackd();
-    QVERIFY2(m_feedbackd->start(), qPrintable(m_feedbackd->lastError()));
+    MockSuite::startOnPrivateBus(*m_feedbackd);
     QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
 
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
@@ -171,7 +172,7 @@ void tst_FeedbackEffect::touchTriggersFeedbackdWhenItRuns()
 void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
 {
     m_feedbackd = PhoneMocks::feedbackd();
-    QVERIFY2(m_feedbackd->start(), qPrintable(m_feedbackd->lastError()));
+    MockSuite::startOnPrivateBus(*m_feedbackd);
     // A feedbackd that takes its time: play() returns long before it answers.
     QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
                                     QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
@@ -188,7 +189,7 @@ void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
 void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
 {
     m_feedbackd = PhoneMocks::feedbackd();
-    QVERIFY2(m_feedbackd->start(), qPrintable(m_feedbackd->lastError()));
+    MockSuite::startOnPrivateBus(*m_feedbackd);
     QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
                                     QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
                                     QStringLiteral("raise dbus.exceptions.DBusException('no such event', "

@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QProcess>
 
 #include "nfcadapter.h"
 #include "nfcagent.h"
@@ -165,6 +166,24 @@ private Q_SLOTS:
         adapter->unregisterAgent(&agent);
         QTRY_VERIFY(daemon.output().contains(QLatin1String("unregistered")));
         QCOMPARE(runSim({QStringLiteral("touch"), QStringLiteral("--unreadable")}), 2);
+    }
+
+    void unregisterAgentCancelsTheCallsItWaitsOn()
+    {
+        DaemonProcess daemon;
+        QVERIFY2(daemon.start(), qPrintable(daemon.error()));
+        std::unique_ptr<NfcAdapter> adapter(NfcAdapter::defaultAdapter());
+        NfcAgent agent;
+        QSignalSpy deliveries(&agent, SIGNAL(dataDeliveryRequested(NdefMessageHandlerList, QDBusObjectPath, QByteArray)));
+        adapter->registerAgent(&agent);
+        QTRY_VERIFY(daemon.output().contains(QLatin1String("registered")));
+        QProcess sim;
+        sim.start(QStringLiteral(NFCUI_SIM_PROGRAM), {QStringLiteral("touch"), QStringLiteral("--text"), QStringLiteral("x")});
+        QTRY_COMPARE(deliveries.count(), 1);
+        adapter->unregisterAgent(&agent);
+        QTRY_COMPARE(sim.state(), QProcess::NotRunning);
+        QCOMPARE(sim.exitCode(), 4);
+        QVERIFY(sim.readAllStandardOutput().startsWith("error com.orvan.nfc.UIAgent.Canceled"));
     }
 
     void registerAgentWithoutAdapterWarns()

@@ -375,6 +375,7 @@ private Q_SLOTS:
         QVERIFY(finishes(call));
         QCOMPARE(call.error().name(), QStringLiteral("com.orvan.nfc.UIAgent.Rejected"));
         QCOMPARE(daemon->process()->state(), QProcess::Running);
+        QVERIFY(daemon->output().contains(QLatin1String("the 9 bytes are not an NDEF message")));
     }
 
     void aNewerTouchSupersedesTheTagRead()

@@ -8,6 +8,7 @@
 #include <QDBusObjectPath>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 
 #include "answerpresenter.h"
 #include "dialogserver.h"
@@ -217,6 +218,37 @@ private Q_SLOTS:
         QByteArray out;
         QCOMPARE(sim({QStringLiteral("touch"), QStringLiteral("--unreadable")}, &out), 0);
         QCOMPARE(out, QByteArray("granted /com/orvan/nfc/adapter0/tag0\n"));
+    }
+
+    void destroyingThePluginCancelsAWaitingTagRead()
+    {
+        loadPlugin(Host::AnswerPresenter::None);
+        QProcess sim;
+        sim.start(QStringLiteral(NFCUI_SIM_PROGRAM),
+                  {QStringLiteral("touch"), QStringLiteral("--uri"), QStringLiteral("http://example.com/")});
+        QTRY_COMPARE(shownDialogs, QStringList{QStringLiteral("NfcTagReadPermissionDialog")});
+        loader->destroyAll();
+        QTRY_COMPARE(sim.state(), QProcess::NotRunning);
+        QCOMPARE(sim.exitCode(), 4);
+        const QByteArray out = sim.readAllStandardOutput();
+        QVERIFY2(out.startsWith("error com.orvan.nfc.UIAgent.Canceled"), out.constData());
+    }
+
+    void aDaemonThatStopsMidCallLeavesThePluginReadyForTheNext()
+    {
+        loadPlugin(Host::AnswerPresenter::None);
+        QProcess pending;
+        pending.start(QStringLiteral(NFCUI_SIM_PROGRAM),
+                  {QStringLiteral("touch"), QStringLiteral("--uri"), QStringLiteral("http://example.com/")});
+        QTRY_COMPARE(shownDialogs.size(), 1);
+        // The daemon stops with the call open: the sim loses its daemon, the plugin drops its agent.
+        QVERIFY(daemon->stop());
+        QTRY_COMPARE(pending.state(), QProcess::NotRunning);
+        QVERIFY(pending.exitCode() != 0);
+        QVERIFY2(daemon->start(), qPrintable(daemon->error()));
+        QTRY_VERIFY2(daemon->output().contains(QLatin1String("UI agent")), qPrintable(daemon->output()));
+        QByteArray out;
+        QCOMPARE(sim({QStringLiteral("touch"), QStringLiteral("--unreadable")}, &out), 0);
     }
 
     void destroyingThePluginUnregistersItsAgent()

@@ -4,27 +4,15 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "simplenotification.h"
 #include "simplenotification_p.h"
 #include "uiindications.h"
+#include "warningcounter.h"
 
 using ConnUi::SimpleNotification;
 using PhoneMocks::Notification;
-
-namespace {
-
-int* warningCount = nullptr;
-QtMessageHandler testHandler = nullptr;
-
-void countWarnings(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    if (type == QtWarningMsg && warningCount)
-        ++*warningCount;
-    testHandler(type, context, message);
-}
-
-} // namespace
 
 class tst_SimpleNotification : public QObject
 {
@@ -52,9 +40,8 @@ private:
 
 void tst_SimpleNotification::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_mock = PhoneMocks::notifications();
-    QVERIFY2(m_mock->start(), qPrintable(m_mock->lastError()));
+    MockSuite::startOnPrivateBus(*m_mock);
 }
 
 void tst_SimpleNotification::init()
@@ -86,7 +73,7 @@ void tst_SimpleNotification::bannerIsANotificationOfNfcUi()
              QVariantMap({{QStringLiteral("category"), QStringLiteral("x-orvan.nfc.connected")},
                           {QStringLiteral("transient"), true},
                           {QStringLiteral("desktop-entry"), QStringLiteral("nfc-ui")}}));
-    // Sent as a boolean, as the specification of the hint says.
+    // Sent as a boolean, as the notification protocol defines the hint.
     QCOMPARE(shown.hints.value(QStringLiteral("transient")).userType(), int(QMetaType::Bool));
 }
 
@@ -162,9 +149,7 @@ void tst_SimpleNotification::notificationIsNotWaitedFor()
 void tst_SimpleNotification::withoutNotificationServiceOneWarningAndNoWait()
 {
     m_mock->stop();
-    int warnings = 0;
-    warningCount = &warnings;
-    testHandler = qInstallMessageHandler(countWarnings);
+    WarningCounter warnings;
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("^SimpleNotification: banners cannot be shown: .* "
                                                            "\\(org\\.freedesktop\\.DBus\\.Error\\.ServiceUnknown\\)$")));
@@ -173,11 +158,9 @@ void tst_SimpleNotification::withoutNotificationServiceOneWarningAndNoWait()
     for (int i = 0; i < 3; ++i)
         SimpleNotification::show(QStringLiteral("x-orvan.nfc"), QString(), QStringLiteral("nobody"), QString());
     QVERIFY(timer.elapsed() < 1000);
-    QTRY_COMPARE(warnings, 1);
+    QTRY_COMPARE(warnings.count(), 1);
     QTest::qWait(300);
-    qInstallMessageHandler(testHandler);
-    warningCount = nullptr;
-    QCOMPARE(warnings, 1);
+    QCOMPARE(warnings.count(), 1);
 }
 
 QTEST_GUILESS_MAIN(tst_SimpleNotification)

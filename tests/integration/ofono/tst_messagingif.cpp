@@ -6,6 +6,7 @@
 
 #include "messagingif.h"
 #include "ofonocontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "schemehandlers.h"
 
@@ -35,20 +36,14 @@ private:
 
 void tst_MessagingIf::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
-    QVERIFY(m_dir.isValid());
-    const QString isolated = SchemeHandlers::isolate(m_dir.path());
-    QVERIFY2(isolated.isEmpty(), qPrintable(isolated));
-    m_handlers = std::make_unique<SchemeHandlers>(m_dir.path() + QStringLiteral("/recorders"));
+    MockSuite::recordSchemeHandlers(m_dir, m_handlers);
     m_ofono = PhoneMocks::ofono();
-    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    MockSuite::startOnPrivateBus(*m_ofono);
 }
 
 void tst_MessagingIf::init()
 {
-    if (!m_ofono->isOnBus())
-        QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
-    QVERIFY2(m_ofono->reset(), qPrintable(m_ofono->lastError()));
+    MockSuite::restartAndReset(*m_ofono);
 }
 
 void tst_MessagingIf::cleanupTestCase()

@@ -5,6 +5,7 @@
 
 #include "offlinemode.h"
 #include "ofonocontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 
 using ConnUi::OfflineMode;
@@ -30,16 +31,13 @@ private:
 
 void tst_OfflineMode::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_ofono = PhoneMocks::ofono();
-    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    MockSuite::startOnPrivateBus(*m_ofono);
 }
 
 void tst_OfflineMode::init()
 {
-    if (!m_ofono->isOnBus())
-        QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
-    QVERIFY2(m_ofono->reset(), qPrintable(m_ofono->lastError()));
+    MockSuite::restartAndReset(*m_ofono);
 }
 
 void tst_OfflineMode::cleanupTestCase()

@@ -11,6 +11,7 @@
 #include "nfcagenttagreadrequest.h"
 #include "nfctagreadpermissiondialog.h"
 #include "ofonocontrol.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 #include "schemehandlers.h"
@@ -63,11 +64,8 @@ private:
 
 void tst_PhoneFlows::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
-    QVERIFY(m_dir.isValid());
-    const QString isolated = SchemeHandlers::isolate(m_dir.path());
-    QVERIFY2(isolated.isEmpty(), qPrintable(isolated));
-    m_handlers = std::make_unique<SchemeHandlers>(m_dir.path() + QStringLiteral("/recorders"));
+    MockSuite::requirePrivateBuses();
+    MockSuite::recordSchemeHandlers(m_dir, m_handlers);
     for (const QString& scheme : {QStringLiteral("tel"), QStringLiteral("sms")}) {
         const QString installed = m_handlers->install(scheme);
         QVERIFY2(installed.isEmpty(), qPrintable(installed));
@@ -75,9 +73,9 @@ void tst_PhoneFlows::initTestCase()
     QVERIFY2(m_translator.load(QStringLiteral(NFCUI_TRANSLATIONS_QM)), NFCUI_TRANSLATIONS_QM);
     QCoreApplication::installTranslator(&m_translator);
     m_ofono = PhoneMocks::ofono();
-    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    MockSuite::startOnPrivateBus(*m_ofono);
     m_screenSaver = PhoneMocks::screenSaver();
-    QVERIFY2(m_screenSaver->start(), qPrintable(m_screenSaver->lastError()));
+    MockSuite::startOnPrivateBus(*m_screenSaver);
 }
 
 void tst_PhoneFlows::init()

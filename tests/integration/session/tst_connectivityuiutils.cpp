@@ -5,24 +5,16 @@
 #include <QtTest>
 
 #include "connectivityuiutils.h"
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "uiindications.h"
+#include "warningcounter.h"
 
 using ConnUi::ConnectivityUIUtils;
 
 namespace {
 
-int* warningCount = nullptr;
-QtMessageHandler testHandler = nullptr;
-
-void countWarnings(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    if (type == QtWarningMsg && warningCount)
-        ++*warningCount;
-    testHandler(type, context, message);
-}
-
-const QString sessionPath = QStringLiteral("/org/freedesktop/login1/session/c1");
+const QString sessionPath = MockSuite::loginSessionPath();
 
 } // namespace
 
@@ -50,11 +42,10 @@ private:
 
 void tst_ConnectivityUIUtils::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
     m_screenSaver = PhoneMocks::screenSaver();
-    QVERIFY2(m_screenSaver->start({{QStringLiteral("Active"), true}}), qPrintable(m_screenSaver->lastError()));
+    MockSuite::startOnPrivateBus(*m_screenSaver, {{QStringLiteral("Active"), true}});
     m_logind = PhoneMocks::logind();
-    QVERIFY2(m_logind->start(), qPrintable(m_logind->lastError()));
+    MockSuite::startOnPrivateBus(*m_logind);
 }
 
 void tst_ConnectivityUIUtils::init()
@@ -62,14 +53,7 @@ void tst_ConnectivityUIUtils::init()
     QVERIFY2(m_screenSaver->reset(), qPrintable(m_screenSaver->lastError()));
     QVERIFY2(m_logind->reset(), qPrintable(m_logind->lastError()));
     // A locked session of this user.
-    const QDBusMessage added = m_logind->call(PhoneMocks::logindPath(), QStringLiteral("org.freedesktop.DBus.Mock"),
-                                              QStringLiteral("AddSession"),
-                                              {QStringLiteral("c1"), QStringLiteral("seat0"), 1000u,
-                                               QStringLiteral("user"), true});
-    QCOMPARE(added.type(), QDBusMessage::ReplyMessage);
-    QVERIFY2(m_logind->control(sessionPath, QStringLiteral("org.freedesktop.login1.Session"),
-                               QStringLiteral("SetLockedHint"), {true}),
-             qPrintable(m_logind->lastError()));
+    MockSuite::addLoginSession(*m_logind, true);
     QVERIFY(m_logind->clearCalls(PhoneMocks::logindPath()));
     QVERIFY(m_logind->clearCalls(sessionPath));
 }
@@ -139,9 +123,7 @@ void tst_ConnectivityUIUtils::screenSaverIsNotWaitedFor()
 void tst_ConnectivityUIUtils::withoutScreenSaverOneWarningAndNoWait()
 {
     m_screenSaver->stop();
-    int warnings = 0;
-    warningCount = &warnings;
-    testHandler = qInstallMessageHandler(countWarnings);
+    WarningCounter warnings;
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("^ConnectivityUIUtils: the screen cannot be woken: .* "
                                                            "\\(org\\.freedesktop\\.DBus\\.Error\\.ServiceUnknown\\)$")));
@@ -151,11 +133,9 @@ void tst_ConnectivityUIUtils::withoutScreenSaverOneWarningAndNoWait()
     ConnectivityUIUtils::unlockScreen();
     ConnectivityUIUtils::unblankDisplay();
     QVERIFY(timer.elapsed() < 1000);
-    QTRY_COMPARE(warnings, 1);
+    QTRY_COMPARE(warnings.count(), 1);
     QTest::qWait(300);
-    qInstallMessageHandler(testHandler);
-    warningCount = nullptr;
-    QCOMPARE(warnings, 1);
+    QCOMPARE(warnings.count(), 1);
 }
 
 QTEST_GUILESS_MAIN(tst_ConnectivityUIUtils)

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QtTest>
 
+#include "mocksuite.h"
 #include "phonemocks.h"
 #include "qsystemdeviceinfo.h"
 
@@ -12,7 +13,7 @@ using QtMobility::QSystemDeviceInfo;
 
 namespace {
 
-const QString sessionPath = QStringLiteral("/org/freedesktop/login1/session/c1");
+const QString sessionPath = MockSuite::loginSessionPath();
 
 QSystemDeviceInfo::LockTypeFlags lockStatus()
 {
@@ -51,7 +52,7 @@ private:
 
 void tst_QSystemDeviceInfo::initTestCase()
 {
-    QVERIFY2(!qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"), "run through scripts/isolated");
+    MockSuite::requirePrivateBuses();
 }
 
 void tst_QSystemDeviceInfo::init()
@@ -70,15 +71,8 @@ void tst_QSystemDeviceInfo::cleanup()
 void tst_QSystemDeviceInfo::startLogind(bool findsThisProcess, bool locked)
 {
     m_logind = PhoneMocks::logind();
-    QVERIFY2(m_logind->start(), qPrintable(m_logind->lastError()));
-    const QDBusMessage added = m_logind->call(PhoneMocks::logindPath(), QStringLiteral("org.freedesktop.DBus.Mock"),
-                                              QStringLiteral("AddSession"),
-                                              {QStringLiteral("c1"), QStringLiteral("seat0"), 1000u,
-                                               QStringLiteral("user"), true});
-    QCOMPARE(added.type(), QDBusMessage::ReplyMessage);
-    QVERIFY2(m_logind->control(sessionPath, QStringLiteral("org.freedesktop.login1.Session"),
-                               QStringLiteral("SetLockedHint"), {locked}),
-             qPrintable(m_logind->lastError()));
+    MockSuite::startOnPrivateBus(*m_logind);
+    MockSuite::addLoginSession(*m_logind, locked);
     if (findsThisProcess) {
         QVERIFY2(m_logind->addMethod(PhoneMocks::logindPath(), QStringLiteral("org.freedesktop.login1.Manager"),
                                      QStringLiteral("GetSessionByPID"), QStringLiteral("u"), QStringLiteral("o"),
@@ -91,7 +85,7 @@ void tst_QSystemDeviceInfo::startLogind(bool findsThisProcess, bool locked)
 void tst_QSystemDeviceInfo::startScreenSaver(bool active)
 {
     m_screenSaver = PhoneMocks::screenSaver();
-    QVERIFY2(m_screenSaver->start({{QStringLiteral("Active"), active}}), qPrintable(m_screenSaver->lastError()));
+    MockSuite::startOnPrivateBus(*m_screenSaver, {{QStringLiteral("Active"), active}});
 }
 
 void tst_QSystemDeviceInfo::lockedSessionIsPinLocked()

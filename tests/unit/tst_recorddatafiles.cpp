@@ -1,0 +1,321 @@
+// Record data files under load and faults: a saved payload holds no descriptor, a burst of MIME tags
+// under a low descriptor limit gets a confirmation dialog for every tag, no file outlives the plugin
+// or the process, and a full /tmp or no free descriptor costs a warning and nothing more.
+#include <QtTest>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QProcess>
+#include <QSharedPointer>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "dialog.h"
+#include "fakeplatform.h"
+#include "ndefmessage.h"
+#include "ndefrecord.h"
+#include "ndefrecordhandler.h"
+#include "ndefwriter.h"
+#include "nfcagent.h"
+#include "nfctagnotsupporteddialog.h"
+#include "nfctagreadpermissiondialog.h"
+#include "pluginfixture.h"
+#include "testsupport.h"
+
+using ConnUi::Dialog;
+using ConnUi::NdefRecordHandler;
+using ConnUi::NfcTagNotSupportedDialog;
+using ConnUi::NfcTagReadPermissionDialog;
+
+namespace {
+
+const char childModeVariable[] = "NFCUI_DATAFILE_CHILD";
+const QString tempFileWarning = QStringLiteral("temp file writting failed - handling mime tag. ");
+
+// What a contact card tag whose payload cannot be saved logs: the save is tried by the record's
+// classification and again by the request, and the card is then not supported.
+void expectUnsavedCardWarnings()
+{
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(tempFileWarning));
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(tempFileWarning));
+    QTest::ignoreMessage(QtWarningMsg, "Record type `text/x-vCard' not supported");
+    QTest::ignoreMessage(QtWarningMsg, "NfcAgentTagRequest::start() No supported NDEF records found");
+}
+
+int openDescriptors()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System | QDir::NoDotAndDotDot).size();
+}
+
+// A contact card: a MIME record whose confirmation dialog names its data file.
+QByteArray cardTag(int serial, int padding = 0)
+{
+    const QByteArray card = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Person " + QByteArray::number(serial) + "\r\nNOTE:"
+        + QByteArray(padding, 'n') + "\r\nEND:VCARD\r\n";
+    return NdefWriter::message({NdefWriter::mime("text/x-vCard", card)});
+}
+
+// While alive, the soft limit on open descriptors is the given number, or, with -1, the lowest free
+// descriptor, so that no file can be opened at all. Unlike file permissions this holds for root too.
+class DescriptorLimit
+{
+public:
+    explicit DescriptorLimit(int limit)
+    {
+        getrlimit(RLIMIT_NOFILE, &m_saved);
+        if (limit < 0) {
+            limit = ::open("/dev/null", O_RDONLY);
+            ::close(limit);
+        }
+        rlimit lowered = m_saved;
+        lowered.rlim_cur = rlim_t(limit);
+        m_active = setrlimit(RLIMIT_NOFILE, &lowered) == 0;
+    }
+    ~DescriptorLimit() { setrlimit(RLIMIT_NOFILE, &m_saved); }
+    bool isActive() const { return m_active; }
+
+private:
+    Q_DISABLE_COPY(DescriptorLimit)
+    rlimit m_saved;
+    bool m_active = false;
+};
+
+// The process started again in child mode: it saves one MIME record's payload, lets go of the handler
+// and ends normally at once, without the delay passing. Prints the data file's name.
+int childMain(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    FakePlatform::reset();
+    QScopedPointer<NDEFMessage> message(NDEFMessage::createFromData(cardTag(1)));
+    if (!message || message->getRecords().size() != 1)
+        return 2;
+    auto* handler = new NdefRecordHandler(message->getRecords().first());
+    if (!handler->dataFile())
+        return 3;
+    std::printf("%s\n", qPrintable(handler->dataFile()->fileName()));
+    std::fflush(stdout);
+    delete handler;
+    return 0;
+}
+
+} // namespace
+
+class tst_RecordDataFiles : public QObject, public PluginFixture
+{
+    Q_OBJECT
+
+private:
+    QList<QSharedPointer<NDEFMessage>> m_messages;
+
+    void deliver(const QByteArray& data, const QString& target = QStringLiteral("/tag/1"))
+    {
+        Q_EMIT agent()->dataDeliveryRequested(NdefMessageHandlerList(), QDBusObjectPath(target), data);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        setUp();
+        FakePlatform::setDefaultFileAction(QStringLiteral("*"), QStringLiteral("text/x-vCard"), QStringLiteral("Contacts"));
+    }
+
+    void cleanup()
+    {
+        m_messages.clear();
+        tearDown();
+    }
+
+    void savedPayloadHoldsNoDescriptor()
+    {
+        const int before = openDescriptors();
+        QScopedPointer<NDEFMessage> message(NDEFMessage::createFromData(cardTag(7)));
+        QVERIFY(message);
+        QScopedPointer<NdefRecordHandler> handler(new NdefRecordHandler(message->getRecords().first()));
+        QVERIFY(handler->dataFile());
+        QCOMPARE(openDescriptors(), before);
+
+        // Still named, still on disk with the payload, still removed with the object.
+        const QString name = handler->dataFile()->fileName();
+        QVERIFY(name.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")));
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), message->getRecords().first()->getPayload());
+        file.close();
+        handler.reset();
+        QVERIFY(QFileInfo::exists(name));
+        NdefRecordHandler::removePendingDataFiles();
+        QVERIFY(!QFileInfo::exists(name));
+    }
+
+    void burstOfMimeTagsUnderLowDescriptorLimitAllGetConfirmation()
+    {
+        const int tags = 30000;
+        QStringList files;
+        files.reserve(tags);
+        {
+            DescriptorLimit limit(1024);
+            QVERIFY(limit.isActive());
+            // The debug lines of 30,000 deliveries are not what this test reads.
+            QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+            for (int i = 0; i < tags; ++i) {
+                deliver(cardTag(i));
+                // The last dialog shown, looked at without walking all that were shown before.
+                auto* dialog = qobject_cast<NfcTagReadPermissionDialog*>(server->lastShown());
+                if (!dialog || server->shownDialogs().size() != i + 1)
+                    QFAIL(qPrintable(QStringLiteral("tag %1 got no confirmation dialog").arg(i)));
+                QCOMPARE(dialog->mimeType(), QStringLiteral("text/x-vCard"));
+                files.append(dialog->file());
+                dialog->done(i % 2 ? Dialog::Ok : Dialog::Cancel);
+                TestSupport::deleteLaterNow();
+                FakePlatform::clearCalls();
+            }
+            QLoggingCategory::setFilterRules(QString());
+            QVERIFY(!server->lastShownOf<NfcTagNotSupportedDialog>());
+            // Every file waits for its application, without a descriptor.
+            QVERIFY(openDescriptors() < 100);
+        }
+        QVERIFY(QFileInfo::exists(files.first()));
+        QVERIFY(QFileInfo::exists(files.last()));
+
+        plugin->destroy();
+        for (const QString& file : qAsConst(files)) {
+            if (QFileInfo::exists(file))
+                QFAIL(qPrintable(file + QStringLiteral(" outlived destroy()")));
+        }
+    }
+
+    void noDataFileIsLeftAfterDestroy()
+    {
+        QStringList files;
+        for (int i = 0; i < 20; ++i) {
+            deliver(cardTag(i));
+            auto* dialog = onlyOpen<NfcTagReadPermissionDialog>();
+            QVERIFY(dialog);
+            files.append(dialog->file());
+            // The last one is still open when the plugin goes.
+            if (i < 19) {
+                dialog->done(Dialog::Ok);
+                TestSupport::deleteLaterNow();
+            }
+        }
+        for (const QString& file : qAsConst(files))
+            QVERIFY(QFileInfo::exists(file));
+        plugin->destroy();
+        for (const QString& file : qAsConst(files))
+            QVERIFY2(!QFileInfo::exists(file), qPrintable(file));
+    }
+
+    void pendingDataFileIsRemovedWhenTheProcessEnds()
+    {
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QLatin1String(childModeVariable), QStringLiteral("1"));
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), QStringList());
+        QVERIFY(child.waitForFinished(30000));
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        const QString file = QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
+        QVERIFY2(file.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(file));
+        QVERIFY2(!QFileInfo::exists(file), qPrintable(file + QStringLiteral(" outlived its process")));
+    }
+
+    void noFreeDescriptorCostsOnlyWarnings()
+    {
+        const QString readWarning = QStringLiteral("NdefRecordHandler: Unable to read ") + QDir::homePath()
+            + QStringLiteral("/.nfc/defaulttaghandlers");
+        QDir().mkpath(QDir::homePath() + QStringLiteral("/.nfc"));
+        QFile database(QDir::homePath() + QStringLiteral("/.nfc/defaulttaghandlers"));
+        QVERIFY(database.open(QIODevice::WriteOnly));
+        database.close();
+        {
+            DescriptorLimit limit(-1);
+            QVERIFY(limit.isActive());
+            expectUnsavedCardWarnings();
+            deliver(cardTag(1));
+            // The picture cannot be saved, so it cannot be handled: the user is told so.
+            auto* dialog = onlyOpen<NfcTagNotSupportedDialog>();
+            QVERIFY(dialog);
+            dialog->done(Dialog::Ok);
+            TestSupport::deleteLaterNow();
+            QCOMPARE(TestSupport::agentReplies(), QStringList{"rejectDevice /tag/1"});
+
+            // A web address still works; its remembered choice cannot be read.
+            FakePlatform::clearCalls();
+            FakePlatform::set(QStringLiteral("ContentAction/string/http://example.com"),
+                              QStringList{QStringLiteral("Browser"), QStringLiteral("Reader")});
+            QTest::ignoreMessage(QtWarningMsg, qPrintable(readWarning));
+            deliver(NdefWriter::message({NdefWriter::uri(QStringLiteral("http://example.com"))}), QStringLiteral("/tag/2"));
+            auto* confirmation = onlyOpen<NfcTagReadPermissionDialog>();
+            QVERIFY(confirmation);
+            confirmation->setSelectedApplication(QStringLiteral("Reader"));
+            QTest::ignoreMessage(QtWarningMsg, qPrintable(readWarning));
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("^NdefRecordHandler: Unable to write ")));
+            confirmation->done(Dialog::Ok);
+            TestSupport::deleteLaterNow();
+            QCOMPARE(TestSupport::agentReplies(), QStringList{"dataDeliveryGranted /tag/2"});
+        }
+        // With descriptors back, the next tag is handled as usual.
+        FakePlatform::clearCalls();
+        deliver(cardTag(2), QStringLiteral("/tag/3"));
+        QVERIFY(onlyOpen<NfcTagReadPermissionDialog>());
+    }
+
+    // Last: it mounts a small tmpfs over /tmp in a mount namespace of this process's own.
+    void fullTmpCostsOnlyAWarning()
+    {
+        if (::unshare(CLONE_NEWNS) != 0)
+            QFAIL(qPrintable(QStringLiteral("a private mount namespace needs root (CAP_SYS_ADMIN): ")
+                             + QString::fromLocal8Bit(std::strerror(errno))));
+        QVERIFY(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0);
+        QVERIFY2(::mount("tmpfs", "/tmp", "tmpfs", 0, "size=64k,mode=1777") == 0, std::strerror(errno));
+        // Fill it to the last block.
+        {
+            QFile filler(QStringLiteral("/tmp/filler"));
+            QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+            const QByteArray block(4096, 'x');
+            while (filler.write(block) == block.size()) {
+            }
+        }
+
+        expectUnsavedCardWarnings();
+        deliver(cardTag(1, 32 * 1024));
+        auto* dialog = onlyOpen<NfcTagNotSupportedDialog>();
+        QVERIFY(dialog);
+        dialog->done(Dialog::Ok);
+        TestSupport::deleteLaterNow();
+        QCOMPARE(TestSupport::agentReplies(), QStringList{"rejectDevice /tag/1"});
+        // Nothing cut short is left behind.
+        QCOMPARE(QDir(QStringLiteral("/tmp")).entryList(QDir::Files), QStringList{"filler"});
+
+        // Once there is room again, the same tag is handled.
+        QVERIFY(QFile::remove(QStringLiteral("/tmp/filler")));
+        FakePlatform::clearCalls();
+        deliver(cardTag(1, 32 * 1024), QStringLiteral("/tag/2"));
+        QVERIFY(onlyOpen<NfcTagReadPermissionDialog>());
+        plugin->destroy();
+        QVERIFY(QDir(QStringLiteral("/tmp")).entryList(QDir::Files).isEmpty());
+        ::umount2("/tmp", MNT_DETACH);
+    }
+};
+
+int main(int argc, char** argv)
+{
+    if (qEnvironmentVariableIsSet(childModeVariable))
+        return childMain(argc, argv);
+    QCoreApplication app(argc, argv);
+    app.setAttribute(Qt::AA_Use96Dpi, true);
+    tst_RecordDataFiles test;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_recorddatafiles.moc"
