@@ -103,9 +103,11 @@ bool PrivatePcscd::prepare(QString* error)
         *error = QStringLiteral("pcscd is missing (Debian package pcscd)");
         return false;
     }
-    if (QStandardPaths::findExecutable(QStringLiteral("unshare")).isEmpty()) {
-        *error = QStringLiteral("unshare is missing (Debian package util-linux)");
-        return false;
+    for (const QString& tool : {QStringLiteral("unshare"), QStringLiteral("setpriv")}) {
+        if (QStandardPaths::findExecutable(tool).isEmpty()) {
+            *error = QStringLiteral("%1 is missing (Debian package util-linux)").arg(tool);
+            return false;
+        }
     }
     const QString driver = vpcdDriver();
     if (driver.isEmpty()) {
@@ -157,7 +159,8 @@ bool PrivatePcscd::start(QString* error)
     // that it loads only the virtual readers of its configuration.
     const QString script = QStringLiteral("mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers "
                                           "&& exec pcscd -f -a -c \"$1/conf\"");
-    QStringList arguments;
+    // pcscd is killed when this process dies, however it dies (a test timeout, a crash).
+    QStringList arguments {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("unshare")};
     if (::geteuid() != 0)
         arguments << QStringLiteral("--map-root-user");
     arguments << QStringLiteral("--mount") << QStringLiteral("/bin/sh") << QStringLiteral("-c") << script
@@ -167,7 +170,7 @@ bool PrivatePcscd::start(QString* error)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/sbin:/usr/bin:/sbin:/bin"));
     m_process->setProcessEnvironment(environment);
-    m_process->start(QStringLiteral("unshare"), arguments);
+    m_process->start(QStringLiteral("setpriv"), arguments);
     if (!m_process->waitForStarted(5000)) {
         *error = QStringLiteral("cannot start pcscd: %1").arg(m_process->errorString());
         m_process.reset();
