@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDir>
 #include <QFileInfo>
 #include <QLibraryInfo>
@@ -132,6 +133,19 @@ void fail(const QString& message)
 
 } // namespace
 
+// What the plugins sent on their way out (the agent cancels the calls it still holds when it is
+// unregistered) sits in the connections' outgoing queues. A round trip to each bus daemon writes the
+// queue out before the process ends, so the NFC daemon gets those answers instead of NoReply.
+static void flushBuses()
+{
+    const QDBusMessage ping = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    for (QDBusConnection bus : { QDBusConnection::systemBus(), QDBusConnection::sessionBus() }) {
+        if (bus.isConnected())
+            bus.call(ping, QDBus::Block, 2000);
+    }
+}
+
 int main(int argc, char** argv)
 {
     QCoreApplication::setApplicationName(QStringLiteral("nfcui-host"));
@@ -237,6 +251,7 @@ int main(int argc, char** argv)
 
     // Plugins first, so that their requests end before the dialogs they showed are deleted.
     loader.destroyAll();
+    flushBuses();
     server->removePresenter(&answerPresenter);
     if (widgetPresenter)
         server->removePresenter(widgetPresenter.get());
