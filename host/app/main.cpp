@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDir>
 #include <QFileInfo>
 #include <QLibraryInfo>
@@ -57,17 +58,21 @@ void quitOnSignals(QCoreApplication* app)
     sigaction(SIGTERM, &action, nullptr);
 }
 
-// Where plugins are looked for without --plugin or --plugin-dir: the installed plugin directory, or the
-// build tree's lib/ when the host runs from a build tree.
+// Where plugins are looked for without --plugin or --plugin-dir: $NFCUI_PLUGIN_DIR, the build tree's
+// lib/ when the host runs from a build tree, the installed plugin folder next to the program, or the
+// folder of the configured installation.
 QString defaultPluginDirectory()
 {
     const QString environment = qEnvironmentVariable("NFCUI_PLUGIN_DIR");
     if (!environment.isEmpty())
         return environment;
-    const QString buildTree = QCoreApplication::applicationDirPath() + QStringLiteral("/../lib");
-    if (QFileInfo::exists(buildTree + QStringLiteral("/libnfcagentdialogplugin.so"))
-        && !QFileInfo::exists(QStringLiteral(NFCUI_PLUGIN_DIR)))
+    const QString programDir = QCoreApplication::applicationDirPath();
+    const QString buildTree = programDir + QStringLiteral("/../lib");
+    if (QFileInfo::exists(buildTree + QStringLiteral("/libnfcagentdialogplugin.so")))
         return QDir::cleanPath(buildTree);
+    const QString installed = programDir + QStringLiteral("/" NFCUI_PLUGIN_DIR_FROM_BIN);
+    if (QFileInfo::exists(installed))
+        return QDir::cleanPath(installed);
     return QStringLiteral(NFCUI_PLUGIN_DIR);
 }
 
@@ -80,6 +85,9 @@ QString translationsDirectory()
     const QString buildTree = QCoreApplication::applicationDirPath() + QStringLiteral("/../data");
     if (QFileInfo::exists(buildTree + QStringLiteral("/nfcui-host_en.qm")))
         return QDir::cleanPath(buildTree);
+    const QString installed = QCoreApplication::applicationDirPath() + QStringLiteral("/" NFCUI_TRANSLATIONS_DIR_FROM_BIN);
+    if (QFileInfo::exists(installed))
+        return QDir::cleanPath(installed);
     return QStringLiteral(NFCUI_TRANSLATIONS_DIR);
 }
 
@@ -103,8 +111,17 @@ void installTranslations(QCoreApplication* app)
     }
 }
 
+// A screen the windows can go to. The offscreen platform draws (for screenshots) but shows nothing.
+bool isOffscreen()
+{
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    return platform == "offscreen" || platform == "minimal";
+}
+
 bool hasDisplay()
 {
+    if (isOffscreen())
+        return false;
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
            || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
@@ -115,6 +132,19 @@ void fail(const QString& message)
 }
 
 } // namespace
+
+// What the plugins sent on their way out (the agent cancels the calls it still holds when it is
+// unregistered) sits in the connections' outgoing queues. A round trip to each bus daemon writes the
+// queue out before the process ends, so the NFC daemon gets those answers instead of NoReply.
+static void flushBuses()
+{
+    const QDBusMessage ping = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    for (QDBusConnection bus : { QDBusConnection::systemBus(), QDBusConnection::sessionBus() }) {
+        if (bus.isConnected())
+            bus.call(ping, QDBus::Block, 2000);
+    }
+}
 
 int main(int argc, char** argv)
 {
@@ -135,7 +165,7 @@ int main(int argc, char** argv)
     static int qtArgc = 1;
     static char* qtArgv[] = {argv[0], nullptr};
     std::unique_ptr<QCoreApplication> application;
-    if (display || wantsScreenshots)
+    if (display || wantsScreenshots || isOffscreen())
         application = std::make_unique<QApplication>(qtArgc, qtArgv);
     else
         application = std::make_unique<QCoreApplication>(qtArgc, qtArgv);
@@ -221,6 +251,7 @@ int main(int argc, char** argv)
 
     // Plugins first, so that their requests end before the dialogs they showed are deleted.
     loader.destroyAll();
+    flushBuses();
     server->removePresenter(&answerPresenter);
     if (widgetPresenter)
         server->removePresenter(widgetPresenter.get());

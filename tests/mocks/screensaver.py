@@ -37,17 +37,15 @@ SYSTEM_BUS = False
 
 SHORT_PATH = '/ScreenSaver'
 
-
-def _state():
-    return mockobject.objects[MAIN_OBJ]
+# What both objects serve: one screen saver. A mock process loads the template once.
+state = {'active': False, 'cookie': 0}
 
 
 def _set_active(active):
-    state = _state()
     active = bool(active)
-    if state.screensaver_active == active:
+    if state['active'] == active:
         return False
-    state.screensaver_active = active
+    state['active'] = active
     for path in (MAIN_OBJ, SHORT_PATH):
         obj = mockobject.objects.get(path)
         if obj is not None:
@@ -56,7 +54,7 @@ def _set_active(active):
 
 
 def GetActive(_obj):
-    return dbus.Boolean(_state().screensaver_active)
+    return dbus.Boolean(state['active'])
 
 
 def SetActive(_obj, active):
@@ -72,9 +70,8 @@ def SimulateUserActivity(_obj):
 
 
 def Inhibit(_obj, _application, _reason):
-    state = _state()
-    state.screensaver_cookie += 1
-    return dbus.UInt32(state.screensaver_cookie)
+    state['cookie'] += 1
+    return dbus.UInt32(state['cookie'])
 
 
 METHODS = [
@@ -90,8 +87,9 @@ METHODS = [
 
 
 def load(mock, parameters):
-    mock.screensaver_active = bool(parameters.get('Active', False))
-    mock.screensaver_cookie = 0
+    # Loaded again on Reset: the state starts over.
+    state['active'] = bool(parameters.get('Active', False))
+    state['cookie'] = 0
     mock.AddMethods(MAIN_IFACE, METHODS)
     # The template is loaded before the main object is entered in the object table.
     mockobject.objects[MAIN_OBJ] = mock

@@ -33,7 +33,7 @@ void BluetoothAdapterPrivate::follow(const QString& newPath)
         return;
     }
 
-    adapter = std::make_unique<BluezAdapterProxy>(Bluez::service(), path, Bluez::systemBus());
+    adapter = std::make_unique<BluezAdapterProxy>(Bluez::service, path, Bluez::systemBus());
     QObject::connect(adapter.get(), &BluezAdapterProxy::PropertyChanged, q,
                      [this](const QString& name, const QDBusVariant& value) {
                          // Every report counts, even one that repeats the state: the plugin treats a
@@ -80,7 +80,7 @@ BluetoothAdapter* BluetoothAdapter::defaultAdapter()
     BluetoothAdapterPrivate* d = created->d;
     const QDBusConnection bus = Bluez::systemBus();
 
-    d->manager = std::make_unique<BluezManagerProxy>(Bluez::service(), Bluez::managerPath(), bus);
+    d->manager = std::make_unique<BluezManagerProxy>(Bluez::service, Bluez::managerPath, bus);
     QObject::connect(d->manager.get(), &BluezManagerProxy::DefaultAdapterChanged, created,
                      [d](const QDBusObjectPath& adapter) { d->follow(adapter.path()); });
     QObject::connect(d->manager.get(), &BluezManagerProxy::AdapterRemoved, created,
@@ -89,7 +89,7 @@ BluetoothAdapter* BluetoothAdapter::defaultAdapter()
                              d->refollow();
                      });
     // BlueZ restarting: the adapter comes back with it.
-    d->watcher = std::make_unique<QDBusServiceWatcher>(Bluez::service(), bus, QDBusServiceWatcher::WatchForOwnerChange);
+    d->watcher = std::make_unique<QDBusServiceWatcher>(Bluez::service, bus, QDBusServiceWatcher::WatchForOwnerChange);
     QObject::connect(d->watcher.get(), &QDBusServiceWatcher::serviceOwnerChanged, created,
                      [d](const QString&, const QString&, const QString& newOwner) {
                          if (newOwner.isEmpty())

@@ -19,6 +19,13 @@
 
 namespace {
 
+// The audio interfaces of a BlueZ 4 device, in the order they are tried.
+const QString audioInterface = QStringLiteral("org.bluez.Audio");
+const QString headsetInterface = QStringLiteral("org.bluez.Headset");
+const QString audioSinkInterface = QStringLiteral("org.bluez.AudioSink");
+// What a connection to a device that BlueZ does not know fails with.
+const QString errorDoesNotExist = QStringLiteral("org.bluez.Error.DoesNotExist");
+
 QString stateOf(const QVariantMap& properties)
 {
     return properties.value(QStringLiteral("State")).toString();
@@ -27,17 +34,17 @@ QString stateOf(const QVariantMap& properties)
 QDBusPendingReply<QVariantMap> audioProperties(const QString& interface, const QString& path, int timeoutMs)
 {
     const QDBusConnection bus = Bluez::systemBus();
-    if (interface == Bluez::audioInterface()) {
-        BluezAudioProxy audio(Bluez::service(), path, bus);
+    if (interface == audioInterface) {
+        BluezAudioProxy audio(Bluez::service, path, bus);
         audio.setTimeout(timeoutMs);
         return audio.GetProperties();
     }
-    if (interface == Bluez::headsetInterface()) {
-        BluezHeadsetProxy headset(Bluez::service(), path, bus);
+    if (interface == headsetInterface) {
+        BluezHeadsetProxy headset(Bluez::service, path, bus);
         headset.setTimeout(timeoutMs);
         return headset.GetProperties();
     }
-    BluezAudioSinkProxy sink(Bluez::service(), path, bus);
+    BluezAudioSinkProxy sink(Bluez::service, path, bus);
     sink.setTimeout(timeoutMs);
     return sink.GetProperties();
 }
@@ -47,15 +54,15 @@ QDBusPendingCall audioCall(BluetoothConnectionManagerPrivate::Operation operatio
 {
     const QDBusConnection bus = Bluez::systemBus();
     const bool connect = operation == BluetoothConnectionManagerPrivate::Connect;
-    if (interface == Bluez::audioInterface()) {
-        BluezAudioProxy audio(Bluez::service(), path, bus);
+    if (interface == audioInterface) {
+        BluezAudioProxy audio(Bluez::service, path, bus);
         return connect ? audio.Connect() : audio.Disconnect();
     }
-    if (interface == Bluez::headsetInterface()) {
-        BluezHeadsetProxy headset(Bluez::service(), path, bus);
+    if (interface == headsetInterface) {
+        BluezHeadsetProxy headset(Bluez::service, path, bus);
         return connect ? headset.Connect() : headset.Disconnect();
     }
-    BluezAudioSinkProxy sink(Bluez::service(), path, bus);
+    BluezAudioSinkProxy sink(Bluez::service, path, bus);
     return connect ? sink.Connect() : sink.Disconnect();
 }
 
@@ -74,7 +81,7 @@ BluetoothConnectionManagerPrivate::BluetoothConnectionManagerPrivate(BluetoothCo
 
 QStringList BluetoothConnectionManagerPrivate::audioInterfaces()
 {
-    return {Bluez::audioInterface(), Bluez::headsetInterface(), Bluez::audioSinkInterface()};
+    return {audioInterface, headsetInterface, audioSinkInterface};
 }
 
 QStringList BluetoothConnectionManagerPrivate::connectableUuids()
@@ -162,8 +169,7 @@ void BluetoothConnectionManager::connect()
 {
     if (d->devicePath(BusDeadline::start()).isEmpty()) {
         // Reported from the event loop, as a call's answer would be.
-        QTimer::singleShot(0, this,
-                           [this] { d->fail(BluetoothConnectionManagerPrivate::Connect, Bluez::errorDoesNotExist()); });
+        QTimer::singleShot(0, this, [this] { d->fail(BluetoothConnectionManagerPrivate::Connect, errorDoesNotExist); });
         return;
     }
     d->call(BluetoothConnectionManagerPrivate::Connect, 0);
@@ -172,8 +178,8 @@ void BluetoothConnectionManager::connect()
 void BluetoothConnectionManager::disconnect()
 {
     if (d->devicePath(BusDeadline::start()).isEmpty()) {
-        QTimer::singleShot(
-            0, this, [this] { d->fail(BluetoothConnectionManagerPrivate::Disconnect, Bluez::errorDoesNotExist()); });
+        QTimer::singleShot(0, this,
+                           [this] { d->fail(BluetoothConnectionManagerPrivate::Disconnect, errorDoesNotExist); });
         return;
     }
     d->call(BluetoothConnectionManagerPrivate::Disconnect, 0);

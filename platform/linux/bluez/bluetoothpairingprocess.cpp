@@ -28,6 +28,12 @@ namespace {
 
 int pairingTimeoutMs = 60000;
 
+// An already paired device counts as a success; a pairing that hangs ends as timed out, one without
+// an address as invalid.
+const QString errorAlreadyExists = QStringLiteral("org.bluez.Error.AlreadyExists");
+const QString errorAuthenticationTimeout = QStringLiteral("org.bluez.Error.AuthenticationTimeout");
+const QString errorInvalidArguments = QStringLiteral("org.bluez.Error.InvalidArguments");
+
 // Every pairing gets a connection name of its own: an earlier pairing's connection may still be
 // closing.
 QString newConnectionName()
@@ -85,7 +91,7 @@ void BluetoothPairingProcessPrivate::createPairedDevice(const QString& adapter)
         return;
     }
 
-    BluezAdapterProxy bluezAdapter(Bluez::service(), adapterPath, connection);
+    BluezAdapterProxy bluezAdapter(Bluez::service, adapterPath, connection);
     // The pairing's own timer ends it; the call itself may take as long as that.
     bluezAdapter.setTimeout(timeoutMs() + 5000);
     qCDebug(lcBluez, "BluetoothPairingProcess: pairing with %s", qUtf8Printable(address));
@@ -99,9 +105,9 @@ void BluetoothPairingProcessPrivate::createPairedDevice(const QString& adapter)
             paired(reply.value().path());
             return;
         }
-        if (reply.error().name() == Bluez::errorAlreadyExists()) {
+        if (reply.error().name() == errorAlreadyExists) {
             qCDebug(lcBluez, "BluetoothPairingProcess: %s is already paired", qUtf8Printable(address));
-            BluezAdapterProxy existing(Bluez::service(), adapterPath, Bluez::systemBus());
+            BluezAdapterProxy existing(Bluez::service, adapterPath, Bluez::systemBus());
             Bluez::onFinished(existing.FindDevice(address), q, [this](QDBusPendingCallWatcher* found) {
                 if (!running)
                     return;
@@ -124,7 +130,7 @@ void BluetoothPairingProcessPrivate::paired(const QString& devicePath)
         trusted();
         return;
     }
-    BluezDeviceProxy device(Bluez::service(), devicePath, Bluez::systemBus());
+    BluezDeviceProxy device(Bluez::service, devicePath, Bluez::systemBus());
     Bluez::onFinished(device.SetProperty(QStringLiteral("Trusted"), QDBusVariant(true)), q,
                       [this](QDBusPendingCallWatcher* finished) {
                           if (!running)
@@ -167,7 +173,7 @@ void BluetoothPairingProcessPrivate::cancelInBluez()
     QDBusConnection connection(connectionName);
     connection.unregisterObject(BluezPairingAgent::path());
     agent.reset();
-    BluezAdapterProxy adapter(Bluez::service(), adapterPath, connection);
+    BluezAdapterProxy adapter(Bluez::service, adapterPath, connection);
     auto* watcher = new QDBusPendingCallWatcher(adapter.CancelDeviceCreation(address));
     const QString name = connectionName;
     connectionName.clear();
@@ -184,7 +190,7 @@ void BluetoothPairingProcessPrivate::timedOut()
     qCWarning(lcBluez, "BluetoothPairingProcess: pairing with %s took longer than %d ms; cancelled",
               qUtf8Printable(address), timeoutMs());
     cancelInBluez();
-    finish(Bluez::errorAuthenticationTimeout());
+    finish(errorAuthenticationTimeout);
 }
 
 void BluetoothPairingProcessPrivate::finish(const QString& failure)
@@ -261,7 +267,7 @@ void BluetoothPairingProcess::start(const BluetoothDevice& device)
     d->timeout.start(BluetoothPairingProcessPrivate::timeoutMs());
 
     if (d->address.isEmpty()) {
-        QTimer::singleShot(0, this, [this] { d->finish(Bluez::errorInvalidArguments()); });
+        QTimer::singleShot(0, this, [this] { d->finish(errorInvalidArguments); });
         return;
     }
 
@@ -276,7 +282,7 @@ void BluetoothPairingProcess::start(const BluetoothDevice& device)
         return;
     }
 
-    BluezManagerProxy manager(Bluez::service(), Bluez::managerPath(), connection);
+    BluezManagerProxy manager(Bluez::service, Bluez::managerPath, connection);
     Bluez::onFinished(manager.DefaultAdapter(), this, [this](QDBusPendingCallWatcher* finished) {
         if (!d->running)
             return;

@@ -18,6 +18,8 @@
 
 namespace {
 
+const QString errorNoSuchAdapter = QStringLiteral("org.bluez.Error.NoSuchAdapter");
+
 // One line per kind of trouble for the life of the process: the adapter is asked for often.
 void reportOnce(const QString& key, const char* text, const QString& detail)
 {
@@ -79,7 +81,7 @@ QMap<QString, QVariant> plainProperties(const QMap<QString, QVariant>& propertie
 
 QString defaultAdapterPath(const QDBusConnection& bus, const QDeadlineTimer& deadline)
 {
-    BluezManagerProxy manager(service(), managerPath(), bus);
+    BluezManagerProxy manager(service, managerPath, bus);
     manager.setTimeout(BusDeadline::timeoutMs(deadline));
     QDBusPendingReply<QDBusObjectPath> adapter = manager.DefaultAdapter();
     adapter.waitForFinished();
@@ -94,7 +96,7 @@ QString defaultAdapterPath(const QDBusConnection& bus, const QDeadlineTimer& dea
                    error.name());
     } else if (error.type() == QDBusError::ServiceUnknown) {
         reportOnce(QStringLiteral("nobluez"), "Bluetooth: no BlueZ on the system bus", error.name());
-    } else if (error.name() == errorNoSuchAdapter()) {
+    } else if (error.name() == errorNoSuchAdapter) {
         qCDebug(lcBluez, "Bluetooth: BlueZ has no adapter");
     } else {
         qCWarning(lcBluez, "Bluetooth: org.bluez.Manager.DefaultAdapter failed: %s: %s", qUtf8Printable(error.name()),
@@ -108,7 +110,7 @@ QString findDevicePath(const QDBusConnection& bus, const QString& adapterPath, c
 {
     if (adapterPath.isEmpty() || address.isEmpty() || deadline.hasExpired())
         return QString();
-    BluezAdapterProxy adapter(service(), adapterPath, bus);
+    BluezAdapterProxy adapter(service, adapterPath, bus);
     adapter.setTimeout(BusDeadline::timeoutMs(deadline));
     QDBusPendingReply<QDBusObjectPath> device = adapter.FindDevice(address);
     device.waitForFinished();
@@ -124,7 +126,7 @@ QMap<QString, QVariant> deviceProperties(const QDBusConnection& bus, const QStri
 {
     if (path.isEmpty() || deadline.hasExpired())
         return {};
-    BluezDeviceProxy device(service(), path, bus);
+    BluezDeviceProxy device(service, path, bus);
     device.setTimeout(BusDeadline::timeoutMs(deadline));
     QDBusPendingReply<QVariantMap> properties = device.GetProperties();
     properties.waitForFinished();

@@ -13,55 +13,8 @@
 // Names of the BlueZ 4 API and helpers shared by the Bluetooth classes.
 namespace Bluez {
 
-inline QString service()
-{
-    return QStringLiteral("org.bluez");
-}
-inline QString managerPath()
-{
-    return QStringLiteral("/");
-}
-inline QString agentInterface()
-{
-    return QStringLiteral("org.bluez.Agent");
-}
-inline QString audioInterface()
-{
-    return QStringLiteral("org.bluez.Audio");
-}
-inline QString headsetInterface()
-{
-    return QStringLiteral("org.bluez.Headset");
-}
-inline QString audioSinkInterface()
-{
-    return QStringLiteral("org.bluez.AudioSink");
-}
-
-inline QString errorAlreadyExists()
-{
-    return QStringLiteral("org.bluez.Error.AlreadyExists");
-}
-inline QString errorAuthenticationTimeout()
-{
-    return QStringLiteral("org.bluez.Error.AuthenticationTimeout");
-}
-inline QString errorRejected()
-{
-    return QStringLiteral("org.bluez.Error.Rejected");
-}
-inline QString errorDoesNotExist()
-{
-    return QStringLiteral("org.bluez.Error.DoesNotExist");
-}
-inline QString errorNoSuchAdapter()
-{
-    return QStringLiteral("org.bluez.Error.NoSuchAdapter");
-}
-inline QString errorInvalidArguments()
-{
-    return QStringLiteral("org.bluez.Error.InvalidArguments");
-}
+inline const QString service = QStringLiteral("org.bluez");
+inline const QString managerPath = QStringLiteral("/");
 
 inline QDBusConnection systemBus()
 {

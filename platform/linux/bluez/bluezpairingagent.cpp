@@ -1,5 +1,4 @@
 #include "bluezpairingagent.h"
-#include "bluez.h"
 #include "linuxlogging.h"
 
 BluezPairingAgent::BluezPairingAgent(const QString& pinCode, bool ignoreLegacyPairing, QObject* parent)
@@ -10,7 +9,7 @@ BluezPairingAgent::BluezPairingAgent(const QString& pinCode, bool ignoreLegacyPa
 void BluezPairingAgent::reject(const char* method, const QString& why)
 {
     qCDebug(lcBluez, "BluetoothPairingProcess: agent refuses %s: %s", method, qUtf8Printable(why));
-    sendErrorReply(Bluez::errorRejected(), why);
+    sendErrorReply(QStringLiteral("org.bluez.Error.Rejected"), why);
 }
 
 void BluezPairingAgent::Release()

@@ -6,9 +6,9 @@
 // The call is not waited for. A session without a notification service is reported once; the banner is
 // still reported to UiIndications, so that the dialog server can show it some other way.
 #include "simplenotification.h"
-#include "simplenotification_p.h"
 #include "linuxlogging.h"
 #include "notificationsproxy.h"
+#include "simplenotification_p.h"
 #include "uiindications.h"
 #include "unwaitedcall.h"
 
@@ -53,8 +53,7 @@ QVariantMap SimpleNotificationPrivate::hints(const QString& eventType)
     return hints;
 }
 
-void SimpleNotification::show(const QString& eventType, const QString& detail, const QString& text,
-                              const QString& icon)
+void SimpleNotification::show(const QString& eventType, const QString& detail, const QString& text, const QString& icon)
 {
     UiIndications::indicate(QStringLiteral("banner"), eventType + QLatin1Char(' ') + text);
 

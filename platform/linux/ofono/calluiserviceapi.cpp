@@ -28,13 +28,13 @@ CallUiServiceApi::~CallUiServiceApi()
 bool CallUiServiceApi::RequestCellularCall(const QString& number)
 {
     const OfonoObjectList modems = Ofono::modems();
-    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::voiceCallManagerInterface());
+    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::voiceCallManagerInterface);
     if (!modem)
         return Ofono::openWithSchemeHandler(QStringLiteral("tel:") + number);
 
     const QString path = modem->path.path();
     qCDebug(lcOfono, "CallUiServiceApi: dialling %s on %s", qUtf8Printable(number), qUtf8Printable(path));
-    OfonoVoiceCallManagerProxy calls(Ofono::service(), path, QDBusConnection::systemBus());
+    OfonoVoiceCallManagerProxy calls(Ofono::service, path, QDBusConnection::systemBus());
     auto* watcher = new QDBusPendingCallWatcher(calls.Dial(number, QStringLiteral("default")));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [number](QDBusPendingCallWatcher* done) {
         const QDBusPendingReply<QDBusObjectPath> reply = *done;

@@ -28,7 +28,7 @@ MessagingIf::~MessagingIf()
 bool MessagingIf::sendSMS(const QString& number, const QString& body, bool)
 {
     const OfonoObjectList modems = Ofono::modems();
-    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::messageManagerInterface());
+    const OfonoObject* modem = Ofono::modemFor(modems, Ofono::messageManagerInterface);
     if (!modem) {
         qCWarning(lcOfono, "MessagingIf: no modem to send text messages; the message to %s is not sent",
                   qUtf8Printable(number));
@@ -37,7 +37,7 @@ bool MessagingIf::sendSMS(const QString& number, const QString& body, bool)
 
     const QString path = modem->path.path();
     qCDebug(lcOfono, "MessagingIf: sending a message to %s on %s", qUtf8Printable(number), qUtf8Printable(path));
-    OfonoMessageManagerProxy messages(Ofono::service(), path, QDBusConnection::systemBus());
+    OfonoMessageManagerProxy messages(Ofono::service, path, QDBusConnection::systemBus());
     auto* watcher = new QDBusPendingCallWatcher(messages.SendMessage(number, body));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [number](QDBusPendingCallWatcher* done) {
         const QDBusPendingReply<QDBusObjectPath> reply = *done;

@@ -43,7 +43,7 @@ OfonoObjectList modems()
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected())
         return {};
-    OfonoManagerProxy manager(service(), QStringLiteral("/"), bus);
+    OfonoManagerProxy manager(service, QStringLiteral("/"), bus);
     manager.setTimeout(BusDeadline::budgetMs);
     QDBusPendingReply<OfonoObjectList> reply = manager.GetModems();
     reply.waitForFinished();

@@ -23,18 +23,9 @@ Q_DECLARE_METATYPE(OfonoObjectList)
 
 namespace Ofono {
 
-inline QString service()
-{
-    return QStringLiteral("org.ofono");
-}
-inline QString voiceCallManagerInterface()
-{
-    return QStringLiteral("org.ofono.VoiceCallManager");
-}
-inline QString messageManagerInterface()
-{
-    return QStringLiteral("org.ofono.MessageManager");
-}
+inline const QString service = QStringLiteral("org.ofono");
+inline const QString voiceCallManagerInterface = QStringLiteral("org.ofono.VoiceCallManager");
+inline const QString messageManagerInterface = QStringLiteral("org.ofono.MessageManager");
 
 // The modems oFono knows, in its order; empty without oFono. Registers the types above on first use.
 // Blocks for at most the platform's time budget of one question.

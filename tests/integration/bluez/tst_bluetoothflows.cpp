@@ -8,8 +8,9 @@
 #include "bluetoothpairingprocess_p.h"
 #include "bluezcontrol.h"
 #include "dialog.h"
-#include "nfcagentbluetoothrequest.h"
+#include "handovermocks.h"
 #include "mocksuite.h"
+#include "nfcagentbluetoothrequest.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 
@@ -38,7 +39,6 @@ class tst_BluetoothFlows : public QObject
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void cleanupTestCase();
 
     void pairingConfirmedPairsWithPinTrustsAndConnectsAudio();
     void connectionFirstDisconnectsAnotherHeadset();
@@ -47,9 +47,7 @@ private Q_SLOTS:
 
 private:
     QTranslator m_translator;
-    std::unique_ptr<MockService> m_bluez;
-    std::unique_ptr<MockService> m_notifications;
-    std::unique_ptr<MockService> m_screenSaver;
+    HandoverMocks m_mocks;
 };
 
 void tst_BluetoothFlows::initTestCase()
@@ -57,31 +55,17 @@ void tst_BluetoothFlows::initTestCase()
     MockSuite::requirePrivateBuses();
     QVERIFY2(m_translator.load(QStringLiteral(NFCUI_TRANSLATIONS_QM)), NFCUI_TRANSLATIONS_QM);
     QCoreApplication::installTranslator(&m_translator);
-    m_bluez = PhoneMocks::bluez4();
-    MockSuite::startOnPrivateBus(*m_bluez);
-    m_notifications = PhoneMocks::notifications();
-    MockSuite::startOnPrivateBus(*m_notifications);
-    m_screenSaver = PhoneMocks::screenSaver();
-    MockSuite::startOnPrivateBus(*m_screenSaver);
+    m_mocks.start();
 }
 
 void tst_BluetoothFlows::init()
 {
-    QVERIFY2(m_bluez->reset(), qPrintable(m_bluez->lastError()));
-    QVERIFY(BluezControl::setAdapterProperty(*m_bluez, QStringLiteral("Powered"), true));
-    QVERIFY(m_notifications->clearCalls(PhoneMocks::notificationsPath()));
-}
-
-void tst_BluetoothFlows::cleanupTestCase()
-{
-    m_bluez.reset();
-    m_notifications.reset();
-    m_screenSaver.reset();
+    m_mocks.resetWithPoweredAdapter();
 }
 
 void tst_BluetoothFlows::pairingConfirmedPairsWithPinTrustsAndConnectsAudio()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, headset,
+    QVERIFY(BluezControl::setPairing(*m_mocks.bluez, headset,
                                      {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}},
                                       {QStringLiteral("Properties"),
                                        QVariantMap {{QStringLiteral("Name"), QStringLiteral("Headset")},
@@ -98,33 +82,33 @@ void tst_BluetoothFlows::pairingConfirmedPairsWithPinTrustsAndConnectsAudio()
     QCOMPARE(failed.size(), 0);
 
     QVERIFY(server.events().contains(QStringLiteral("show NfcPairingDialog")));
-    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
-    const QStringList deviceCalls = PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset));
+    QCOMPARE(BluezControl::agentReplies(*m_mocks.bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
+    const QStringList deviceCalls = PhoneMocks::callNames(*m_mocks.bluez, PhoneMocks::bluezDevicePath(headset));
     QVERIFY2(deviceCalls.contains(QStringLiteral("SetProperty")), qPrintable(deviceCalls.join(QLatin1Char(' '))));
     QVERIFY2(deviceCalls.contains(QStringLiteral("org.bluez.Audio.Connect")),
              qPrintable(deviceCalls.join(QLatin1Char(' '))));
     QVERIFY(deviceCalls.indexOf(QStringLiteral("SetProperty"))
             < deviceCalls.indexOf(QStringLiteral("org.bluez.Audio.Connect")));
 
-    QTRY_COMPARE(categories(*m_notifications),
+    QTRY_COMPARE(categories(*m_mocks.notifications),
                  (QStringList {QStringLiteral("x-orvan.nfc"), QStringLiteral("x-orvan.nfc.connected")}));
-    const QList<PhoneMocks::Notification> banners = PhoneMocks::notificationsShown(*m_notifications);
+    const QList<PhoneMocks::Notification> banners = PhoneMocks::notificationsShown(*m_mocks.notifications);
     QVERIFY2(banners.last().summary.contains(QStringLiteral("Headset")), qPrintable(banners.last().summary));
 }
 
 void tst_BluetoothFlows::connectionFirstDisconnectsAnotherHeadset()
 {
-    QVERIFY(BluezControl::addDevice(*m_bluez, otherHeadset,
+    QVERIFY(BluezControl::addDevice(*m_mocks.bluez, otherHeadset,
                                     {{QStringLiteral("Name"), QStringLiteral("Old headset")},
                                      {QStringLiteral("Paired"), true},
                                      {QStringLiteral("UUIDs"), BluezControl::headsetUuids()},
                                      {QStringLiteral("AudioState"), QStringLiteral("connected")}}));
-    QVERIFY(BluezControl::addDevice(*m_bluez, headset,
+    QVERIFY(BluezControl::addDevice(*m_mocks.bluez, headset,
                                     {{QStringLiteral("Name"), QStringLiteral("Headset")},
                                      {QStringLiteral("Paired"), true},
                                      {QStringLiteral("UUIDs"), BluezControl::headsetUuids()}}));
-    QVERIFY(m_bluez->clearCalls(PhoneMocks::bluezDevicePath(otherHeadset)));
-    QVERIFY(m_bluez->clearCalls(PhoneMocks::bluezDevicePath(headset)));
+    QVERIFY(m_mocks.bluez->clearCalls(PhoneMocks::bluezDevicePath(otherHeadset)));
+    QVERIFY(m_mocks.bluez->clearCalls(PhoneMocks::bluezDevicePath(headset)));
 
     RecordingDialogServer server;
     NfcAgentBluetoothRequest request(NfcAgentBluetoothRequest::Connect, &server, target, headset,
@@ -135,13 +119,13 @@ void tst_BluetoothFlows::connectionFirstDisconnectsAnotherHeadset()
     QTRY_COMPARE_WITH_TIMEOUT(accepted.size() + failed.size(), 1, 15000);
     QCOMPARE(failed.size(), 0);
 
-    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(otherHeadset))
+    QVERIFY(PhoneMocks::callNames(*m_mocks.bluez, PhoneMocks::bluezDevicePath(otherHeadset))
                 .contains(QStringLiteral("org.bluez.Audio.Disconnect")));
-    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset))
+    QVERIFY(PhoneMocks::callNames(*m_mocks.bluez, PhoneMocks::bluezDevicePath(headset))
                 .contains(QStringLiteral("org.bluez.Audio.Connect")));
-    QTRY_COMPARE(categories(*m_notifications),
+    QTRY_COMPARE(categories(*m_mocks.notifications),
                  (QStringList {QStringLiteral("x-orvan.nfc.disconnected"), QStringLiteral("x-orvan.nfc.connected")}));
-    const QList<PhoneMocks::Notification> banners = PhoneMocks::notificationsShown(*m_notifications);
+    const QList<PhoneMocks::Notification> banners = PhoneMocks::notificationsShown(*m_mocks.notifications);
     QVERIFY2(banners.first().summary.contains(QStringLiteral("Old headset")), qPrintable(banners.first().summary));
     QVERIFY2(banners.last().summary.contains(QStringLiteral("Headset")), qPrintable(banners.last().summary));
     QTest::qWait(100); // the swapped-out manager is deleted from the event loop without trouble
@@ -150,7 +134,8 @@ void tst_BluetoothFlows::connectionFirstDisconnectsAnotherHeadset()
 void tst_BluetoothFlows::pairingRefusedByTheDeviceFailsWithItsBluezErrorName()
 {
     QVERIFY(BluezControl::setPairing(
-        *m_bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+        *m_mocks.bluez, headset,
+        {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     RecordingDialogServer server;
     server.answerWith(ConnUi::Dialog::Ok);
     NfcAgentBluetoothRequest request(NfcAgentBluetoothRequest::Pairing, &server, target, headset,
@@ -165,14 +150,14 @@ void tst_BluetoothFlows::pairingRefusedByTheDeviceFailsWithItsBluezErrorName()
     QCOMPARE(accepted.size(), 0);
     QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("org.bluez.Error.AuthenticationRejected"));
     // The pairing banner, then the failure banner of the pairing process.
-    QTRY_COMPARE(categories(*m_notifications),
+    QTRY_COMPARE(categories(*m_mocks.notifications),
                  (QStringList {QStringLiteral("x-orvan.nfc"), QStringLiteral("x-orvan.nfc.error")}));
 }
 
 void tst_BluetoothFlows::hangingPairingEndsWithTheTimeoutErrorName()
 {
     BluetoothPairingProcessPrivate::setTimeoutMs(1500);
-    QVERIFY(BluezControl::setPairing(*m_bluez, headset, {{QStringLiteral("Hang"), true}}));
+    QVERIFY(BluezControl::setPairing(*m_mocks.bluez, headset, {{QStringLiteral("Hang"), true}}));
     RecordingDialogServer server;
     server.answerWith(ConnUi::Dialog::Ok);
     NfcAgentBluetoothRequest request(NfcAgentBluetoothRequest::Pairing, &server, target, headset,
@@ -182,7 +167,7 @@ void tst_BluetoothFlows::hangingPairingEndsWithTheTimeoutErrorName()
     request.start();
     QTRY_COMPARE_WITH_TIMEOUT(failed.size(), 1, 15000);
     QCOMPARE(failed.at(0).at(0).toString(), QStringLiteral("org.bluez.Error.AuthenticationTimeout"));
-    QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath())
+    QTRY_VERIFY(PhoneMocks::callNames(*m_mocks.bluez, PhoneMocks::bluezAdapterPath())
                     .contains(QStringLiteral("CancelDeviceCreation")));
     BluetoothPairingProcessPrivate::setTimeoutMs(60000);
 }

@@ -58,6 +58,22 @@ QStringList methodsOf(const QString& xml, const QString& interface)
     return methods;
 }
 
+enum class Expect {
+    Success,
+    Failure
+};
+
+// Pairs with the device at address and waits until the pairing finished; a failure is logged, so a
+// pairing expected to fail expects that warning.
+void pairUntilFinished(BluetoothPairingProcess& pairing, Expect expected = Expect::Success)
+{
+    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
+    if (expected == Expect::Failure)
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
+    pairing.start(deviceWithAddress(address));
+    QTRY_COMPARE(finished.size(), 1);
+}
+
 } // namespace
 
 class tst_BluetoothPairingProcess : public QObject
@@ -132,9 +148,7 @@ void tst_BluetoothPairingProcess::agentIntrospectionMatchesItsInterfaceDescripti
 void tst_BluetoothPairingProcess::pairingCallsCreatePairedDeviceWithItsOwnAgent()
 {
     BluetoothPairingProcess pairing;
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing);
     QCOMPARE(pairing.error(), QString());
 
     QList<MockCall> calls;
@@ -158,9 +172,7 @@ void tst_BluetoothPairingProcess::pinCodeIsAnsweredWithThePin()
                                      {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}}}));
     BluetoothPairingProcess pairing;
     pairing.setPinCode(QStringLiteral("1234"));
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing);
     QCOMPARE(pairing.error(), QString());
     QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
 }
@@ -171,10 +183,7 @@ void tst_BluetoothPairingProcess::ignoredLegacyPairingRejectsThePinRequest()
                                      {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}}}));
     BluetoothPairingProcess pairing;
     pairing.setIgnoreLegacyPairing(true);
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing, Expect::Failure);
     QCOMPARE(pairing.error(), QStringLiteral("org.bluez.Error.AuthenticationRejected"));
     QCOMPARE(BluezControl::agentReplies(*m_bluez),
              QStringList {QStringLiteral("RequestPinCode:error:org.bluez.Error.Rejected")});
@@ -187,9 +196,7 @@ void tst_BluetoothPairingProcess::passkeyDisplayAndConfirmationAreAccepted()
     QVERIFY(BluezControl::setPairing(*m_bluez, address, {{QStringLiteral("Agent"), steps}}));
     BluetoothPairingProcess pairing;
     pairing.setIgnoreLegacyPairing(true);
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing);
     QCOMPARE(pairing.error(), QString());
     QCOMPARE(BluezControl::agentReplies(*m_bluez),
              (QStringList {QStringLiteral("DisplayPasskey:"), QStringLiteral("DisplayPasskeyEntered:"),
@@ -201,9 +208,7 @@ void tst_BluetoothPairingProcess::alreadyPairedDeviceCountsAsSuccess()
     QVERIFY(BluezControl::addDevice(*m_bluez, address, {{QStringLiteral("Paired"), true}}));
     BluetoothPairingProcess pairing;
     pairing.setAutoTrusted(true);
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing);
     QCOMPARE(pairing.error(), QString());
     // Still made trusted.
     QVERIFY(
@@ -214,9 +219,7 @@ void tst_BluetoothPairingProcess::autoTrustedSetsTrustedAfterPairing()
 {
     BluetoothPairingProcess pairing;
     pairing.setAutoTrusted(true);
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing);
 
     const QList<MockCall> calls = m_bluez->calls(PhoneMocks::bluezDevicePath(address));
     QCOMPARE(calls.size(), 1);
@@ -228,9 +231,7 @@ void tst_BluetoothPairingProcess::autoTrustedSetsTrustedAfterPairing()
 void tst_BluetoothPairingProcess::withoutAutoTrustedTrustIsLeftAlone()
 {
     BluetoothPairingProcess pairing;
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing);
     QVERIFY(
         !PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address)).contains(QStringLiteral("SetProperty")));
 }
@@ -240,10 +241,7 @@ void tst_BluetoothPairingProcess::pairingErrorIsTheBluezErrorName()
     QVERIFY(BluezControl::setPairing(
         *m_bluez, address, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.ConnectionAttemptFailed")}}));
     BluetoothPairingProcess pairing;
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing, Expect::Failure);
     QCOMPARE(pairing.error(), QStringLiteral("org.bluez.Error.ConnectionAttemptFailed"));
 }
 
@@ -253,10 +251,7 @@ void tst_BluetoothPairingProcess::refusedAgentAnswerFailsAsRejectedAuthenticatio
     QVERIFY(BluezControl::setPairing(*m_bluez, address,
                                      {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPasskey")}}}));
     BluetoothPairingProcess pairing;
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing, Expect::Failure);
     QCOMPARE(pairing.error(), QStringLiteral("org.bluez.Error.AuthenticationRejected"));
 }
 
@@ -266,10 +261,7 @@ void tst_BluetoothPairingProcess::failureShowsABannerWhenAsked()
         *m_bluez, address, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationFailed")}}));
     BluetoothPairingProcess pairing;
     pairing.setErrorNotification(true);
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing, Expect::Failure);
     QTRY_COMPARE(PhoneMocks::notificationsShown(*m_notifications).size(), 1);
     const PhoneMocks::Notification banner = PhoneMocks::notificationsShown(*m_notifications).first();
     QCOMPARE(banner.appName, QStringLiteral("nfc-ui"));
@@ -281,10 +273,7 @@ void tst_BluetoothPairingProcess::failureShowsNoBannerUnlessAsked()
     QVERIFY(BluezControl::setPairing(
         *m_bluez, address, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationFailed")}}));
     BluetoothPairingProcess pairing;
-    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("pairing with .* failed")));
-    pairing.start(deviceWithAddress(address));
-    QTRY_COMPARE(finished.size(), 1);
+    pairUntilFinished(pairing, Expect::Failure);
     QTest::qWait(200);
     QCOMPARE(PhoneMocks::notificationsShown(*m_notifications).size(), 0);
 }

@@ -7,14 +7,26 @@
 #include "answerpresenter.h"
 #include "bluezcontrol.h"
 #include "dialogserver.h"
-#include "nfcdtestsupport.h"
+#include "handovermocks.h"
 #include "mocksuite.h"
+#include "nfcdtestsupport.h"
 #include "phonemocks.h"
 #include "pluginloader.h"
 
 namespace {
 
 const QString headset = QStringLiteral("00:1A:7D:DA:71:13");
+
+// A dialog server that confirms every dialog, with the built plugin loaded into it. The members go in
+// the reverse order: the plugin first, the server last.
+struct ConfirmingServer
+{
+    Host::DialogServer server;
+    Host::AnswerPresenter presenter {Host::AnswerPresenter::Ok};
+    Host::PluginLoader loader {&server};
+
+    ConfirmingServer() { server.addPresenter(&presenter); }
+};
 
 } // namespace
 
@@ -26,7 +38,6 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void pairingWithPinIsGrantedAndConnectsAudio();
     void pairingRefusedByTheDeviceReachesTheDaemonAsItsBluezErrorName();
@@ -35,57 +46,34 @@ private Q_SLOTS:
 private:
     int sim(const QStringList& arguments, QByteArray* out);
 
-    std::unique_ptr<MockService> m_bluez;
-    std::unique_ptr<MockService> m_notifications;
-    std::unique_ptr<MockService> m_screenSaver;
+    HandoverMocks m_mocks;
     std::unique_ptr<DaemonProcess> m_daemon;
-    std::unique_ptr<Host::DialogServer> m_server;
-    std::unique_ptr<Host::AnswerPresenter> m_presenter;
-    std::unique_ptr<Host::PluginLoader> m_loader;
+    std::unique_ptr<ConfirmingServer> m_server;
 };
 
 void tst_PluginDaemonBluetooth::initTestCase()
 {
-    m_bluez = PhoneMocks::bluez4();
-    MockSuite::startOnPrivateBus(*m_bluez);
-    m_notifications = PhoneMocks::notifications();
-    MockSuite::startOnPrivateBus(*m_notifications);
-    m_screenSaver = PhoneMocks::screenSaver();
-    MockSuite::startOnPrivateBus(*m_screenSaver);
+    m_mocks.start();
 }
 
 void tst_PluginDaemonBluetooth::init()
 {
-    QVERIFY2(m_bluez->reset(), qPrintable(m_bluez->lastError()));
-    QVERIFY(BluezControl::setAdapterProperty(*m_bluez, QStringLiteral("Powered"), true));
-    QVERIFY(m_notifications->clearCalls(PhoneMocks::notificationsPath()));
+    m_mocks.resetWithPoweredAdapter();
 
     m_daemon = std::make_unique<DaemonProcess>(QStringList {QStringLiteral("--simulator")});
     QVERIFY2(m_daemon->start(), qPrintable(m_daemon->error()));
-    m_server = std::make_unique<Host::DialogServer>();
-    m_presenter = std::make_unique<Host::AnswerPresenter>(Host::AnswerPresenter::Ok);
-    m_server->addPresenter(m_presenter.get());
-    m_loader = std::make_unique<Host::PluginLoader>(m_server.get());
+    m_server = std::make_unique<ConfirmingServer>();
     QString error;
-    QVERIFY2(m_loader->load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
+    QVERIFY2(m_server->loader.load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
     QTRY_VERIFY2(m_daemon->output().contains(QLatin1String("UI agent")), qPrintable(m_daemon->output()));
 }
 
 void tst_PluginDaemonBluetooth::cleanup()
 {
-    m_loader.reset();
-    m_presenter.reset();
     m_server.reset();
     if (m_daemon)
         QVERIFY(m_daemon->stop());
     m_daemon.reset();
-}
-
-void tst_PluginDaemonBluetooth::cleanupTestCase()
-{
-    m_bluez.reset();
-    m_notifications.reset();
-    m_screenSaver.reset();
 }
 
 int tst_PluginDaemonBluetooth::sim(const QStringList& arguments, QByteArray* out)
@@ -99,7 +87,7 @@ int tst_PluginDaemonBluetooth::sim(const QStringList& arguments, QByteArray* out
 
 void tst_PluginDaemonBluetooth::pairingWithPinIsGrantedAndConnectsAudio()
 {
-    QVERIFY(BluezControl::setPairing(*m_bluez, headset,
+    QVERIFY(BluezControl::setPairing(*m_mocks.bluez, headset,
                                      {{QStringLiteral("Agent"), QStringList {QStringLiteral("RequestPinCode")}},
                                       {QStringLiteral("Properties"),
                                        QVariantMap {{QStringLiteral("Name"), QStringLiteral("Headset")},
@@ -110,15 +98,16 @@ void tst_PluginDaemonBluetooth::pairingWithPinIsGrantedAndConnectsAudio()
                  &out),
              0);
     QVERIFY2(out.startsWith("granted "), out.constData());
-    QCOMPARE(BluezControl::agentReplies(*m_bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
-    QVERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(headset))
+    QCOMPARE(BluezControl::agentReplies(*m_mocks.bluez), QStringList {QStringLiteral("RequestPinCode:1234")});
+    QVERIFY(PhoneMocks::callNames(*m_mocks.bluez, PhoneMocks::bluezDevicePath(headset))
                 .contains(QStringLiteral("org.bluez.Audio.Connect")));
 }
 
 void tst_PluginDaemonBluetooth::pairingRefusedByTheDeviceReachesTheDaemonAsItsBluezErrorName()
 {
     QVERIFY(BluezControl::setPairing(
-        *m_bluez, headset, {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
+        *m_mocks.bluez, headset,
+        {{QStringLiteral("Error"), QStringLiteral("org.bluez.Error.AuthenticationRejected")}}));
     QByteArray out;
     QCOMPARE(sim({QStringLiteral("pair"), headset, QStringLiteral("Headset")}, &out), 4);
     QVERIFY2(out.startsWith("error org.bluez.Error.AuthenticationRejected"), out.constData());

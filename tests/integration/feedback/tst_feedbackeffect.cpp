@@ -98,10 +98,11 @@ void tst_FeedbackEffect::initTestCase()
 
     // libcanberra over ALSA, whose default device writes the samples into a file and plays nothing.
     const QString alsaConfig = m_dir.filePath(QStringLiteral("asound.conf"));
-    QVERIFY(writeFile(alsaConfig, QStringLiteral("pcm.!default { type file slave.pcm \"null\" file \"%1\" format \"raw\" }\n"
-                                                 "pcm.null { type null }\n")
-                                      .arg(soundOutput())
-                                      .toUtf8()));
+    QVERIFY(writeFile(alsaConfig,
+                      QStringLiteral("pcm.!default { type file slave.pcm \"null\" file \"%1\" format \"raw\" }\n"
+                                     "pcm.null { type null }\n")
+                          .arg(soundOutput())
+                          .toUtf8()));
     qputenv("ALSA_CONFIG_PATH", QFile::encodeName(alsaConfig));
     qputenv("CANBERRA_DRIVER", "alsa");
 
@@ -144,8 +145,9 @@ void tst_FeedbackEffect::otherEffectNamesAreEventNames()
 void tst_FeedbackEffect::touchIsReportedAsIndication()
 {
     qputenv("CANBERRA_DRIVER", "none-such");
-    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
-    QTest::ignoreMessage(QtDebugMsg, QRegularExpression(QStringLiteral("^FeedbackEffect: no feedback service and no sound")));
+    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString, QString)));
+    QTest::ignoreMessage(QtDebugMsg,
+                         QRegularExpression(QStringLiteral("^FeedbackEffect: no feedback service and no sound")));
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QCOMPARE(indications.count(), 1);
     QCOMPARE(indications.first(), QVariantList({QStringLiteral("feedback"), QStringLiteral("priority1_nfc_touch")}));
@@ -155,7 +157,7 @@ void tst_FeedbackEffect::touchTriggersFeedbackdWhenItRuns()
 {
     m_feedbackd = PhoneMocks::feedbackd();
     MockSuite::startOnPrivateBus(*m_feedbackd);
-    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
+    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString, QString)));
 
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
@@ -230,10 +232,11 @@ void tst_FeedbackEffect::soundSystemThatFailsIsNotTriedAgain()
     int messages = 0;
     static int* counter = nullptr;
     counter = &messages;
-    const QtMessageHandler previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString&) {
-        if (qstrcmp(context.category, "nfcui.linux.feedback") == 0)
-            ++*counter;
-    });
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString&) {
+            if (qstrcmp(context.category, "nfcui.linux.feedback") == 0)
+                ++*counter;
+        });
     qputenv("CANBERRA_DRIVER", "alsa");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     qInstallMessageHandler(previous);

@@ -117,7 +117,7 @@ void tst_SimpleNotification::detailIsTheBodyAndIconTheIcon()
 
 void tst_SimpleNotification::bannerIsReportedAsIndication()
 {
-    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
+    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString, QString)));
     SimpleNotification::show(QStringLiteral("x-orvan.nfc"), QString(), QStringLiteral("Pairing with Car"), QString());
     QCOMPARE(indications.count(), 1);
     QCOMPARE(indications.first(),
@@ -150,9 +150,10 @@ void tst_SimpleNotification::withoutNotificationServiceOneWarningAndNoWait()
 {
     m_mock->stop();
     WarningCounter warnings;
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("^SimpleNotification: banners cannot be shown: .* "
-                                                           "\\(org\\.freedesktop\\.DBus\\.Error\\.ServiceUnknown\\)$")));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^SimpleNotification: banners cannot be shown: .* "
+                                          "\\(org\\.freedesktop\\.DBus\\.Error\\.ServiceUnknown\\)$")));
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < 3; ++i)

@@ -5,8 +5,8 @@
 #include <QtTest>
 
 #include "calluiserviceapi.h"
-#include "ofonocontrol.h"
 #include "mocksuite.h"
+#include "ofonocontrol.h"
 #include "phonemocks.h"
 #include "schemehandlers.h"
 

@@ -5,8 +5,8 @@
 #include <QtTest>
 
 #include "messagingif.h"
-#include "ofonocontrol.h"
 #include "mocksuite.h"
+#include "ofonocontrol.h"
 #include "phonemocks.h"
 #include "schemehandlers.h"
 

@@ -3,9 +3,9 @@
 #include <QElapsedTimer>
 #include <QtTest>
 
+#include "mocksuite.h"
 #include "offlinemode.h"
 #include "ofonocontrol.h"
-#include "mocksuite.h"
 #include "phonemocks.h"
 
 using ConnUi::OfflineMode;

@@ -8,10 +8,10 @@
 
 #include "dialog.h"
 #include "messagebox.h"
+#include "mocksuite.h"
 #include "nfcagenttagreadrequest.h"
 #include "nfctagreadpermissiondialog.h"
 #include "ofonocontrol.h"
-#include "mocksuite.h"
 #include "phonemocks.h"
 #include "recordingdialogserver.h"
 #include "schemehandlers.h"
@@ -37,6 +37,30 @@ template<typename T> T* waitForDialog(const RecordingDialogServer& server)
     if (!QTest::qWaitFor([&] { return qobject_cast<T*>(server.lastShown()) != nullptr; }, 5000))
         return nullptr;
     return qobject_cast<T*>(server.lastShown());
+}
+
+// The tag read of one message, started at once, with its outcome recorded.
+struct TagRead
+{
+    TagRead(RecordingDialogServer* server, const QByteArray& message)
+        : request(server, target, message), accepted(&request, &NfcAgentTagReadRequest::accepted),
+          rejected(&request, &NfcAgentTagReadRequest::rejected)
+    {
+        request.start();
+    }
+
+    NfcAgentTagReadRequest request;
+    QSignalSpy accepted;
+    QSignalSpy rejected;
+};
+
+// Answers the tag's permission dialog Ok, with its direct action selected.
+void acceptWithDirectAction(const RecordingDialogServer& server)
+{
+    auto* confirmation = waitForDialog<NfcTagReadPermissionDialog>(server);
+    QVERIFY2(confirmation, qPrintable(server.events().join(QLatin1Char(' '))));
+    confirmation->setDirectActionSelected(true);
+    confirmation->done(ConnUi::Dialog::Ok);
 }
 
 } // namespace
@@ -92,18 +116,11 @@ void tst_PhoneFlows::cleanupTestCase()
 void tst_PhoneFlows::telTagDialsOnTheModem()
 {
     RecordingDialogServer server;
-    NfcAgentTagReadRequest request(&server, target, uriMessage(0x05, "+358401234567"));
-    QSignalSpy accepted(&request, &NfcAgentTagReadRequest::accepted);
-    QSignalSpy rejected(&request, &NfcAgentTagReadRequest::rejected);
-    request.start();
+    TagRead read(&server, uriMessage(0x05, "+358401234567"));
+    acceptWithDirectAction(server);
 
-    auto* confirmation = waitForDialog<NfcTagReadPermissionDialog>(server);
-    QVERIFY2(confirmation, qPrintable(server.events().join(QLatin1Char(' '))));
-    confirmation->setDirectActionSelected(true);
-    confirmation->done(ConnUi::Dialog::Ok);
-
-    QTRY_COMPARE(accepted.size(), 1);
-    QCOMPARE(rejected.size(), 0);
+    QTRY_COMPARE(read.accepted.size(), 1);
+    QCOMPARE(read.rejected.size(), 0);
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("Dial")).first().args,
              (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("default")}));
@@ -114,23 +131,16 @@ void tst_PhoneFlows::smsTagInFlightModeIsSentDirectlyAfterYes()
 {
     QVERIFY(OfonoControl::setOnline(*m_ofono, false));
     RecordingDialogServer server;
-    NfcAgentTagReadRequest request(&server, target, uriMessage(0x00, "sms:+358401234567?body=Hello%20there"));
-    QSignalSpy accepted(&request, &NfcAgentTagReadRequest::accepted);
-    QSignalSpy rejected(&request, &NfcAgentTagReadRequest::rejected);
-    request.start();
-
-    auto* confirmation = waitForDialog<NfcTagReadPermissionDialog>(server);
-    QVERIFY2(confirmation, qPrintable(server.events().join(QLatin1Char(' '))));
-    confirmation->setDirectActionSelected(true);
-    confirmation->done(ConnUi::Dialog::Ok);
+    TagRead read(&server, uriMessage(0x00, "sms:+358401234567?body=Hello%20there"));
+    acceptWithDirectAction(server);
 
     auto* question = waitForDialog<ConnUi::MessageBox>(server);
     QVERIFY2(question, qPrintable(server.events().join(QLatin1Char(' '))));
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 0);
     question->done(ConnUi::Dialog::Yes);
 
-    QTRY_COMPARE(accepted.size(), 1);
-    QCOMPARE(rejected.size(), 0);
+    QTRY_COMPARE(read.accepted.size(), 1);
+    QCOMPARE(read.rejected.size(), 0);
     QTRY_COMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 1);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).first().args,
              (QVariantList {QStringLiteral("+358401234567"), QStringLiteral("Hello there")}));
@@ -141,19 +151,13 @@ void tst_PhoneFlows::smsTagInFlightModeIsNotSentAfterNo()
 {
     QVERIFY(OfonoControl::setOnline(*m_ofono, false));
     RecordingDialogServer server;
-    NfcAgentTagReadRequest request(&server, target, uriMessage(0x00, "sms:+358401234567?body=Hello"));
-    QSignalSpy rejected(&request, &NfcAgentTagReadRequest::rejected);
-    request.start();
-
-    auto* confirmation = waitForDialog<NfcTagReadPermissionDialog>(server);
-    QVERIFY2(confirmation, qPrintable(server.events().join(QLatin1Char(' '))));
-    confirmation->setDirectActionSelected(true);
-    confirmation->done(ConnUi::Dialog::Ok);
+    TagRead read(&server, uriMessage(0x00, "sms:+358401234567?body=Hello"));
+    acceptWithDirectAction(server);
     auto* question = waitForDialog<ConnUi::MessageBox>(server);
     QVERIFY(question);
     question->done(ConnUi::Dialog::No);
 
-    QTRY_COMPARE(rejected.size(), 1);
+    QTRY_COMPARE(read.rejected.size(), 1);
     QTest::qWait(200);
     QCOMPARE(OfonoControl::callsOf(*m_ofono, QStringLiteral("SendMessage")).size(), 0);
 }

@@ -91,15 +91,14 @@ void tst_ConnectivityUIUtils::lockedSessionStaysLocked()
     QCOMPARE(m_screenSaver->callNames(QStringLiteral("/ScreenSaver")), QStringList());
     QCOMPARE(m_logind->callNames(PhoneMocks::logindPath()), QStringList());
     QCOMPARE(m_logind->callNames(sessionPath), QStringList());
-    const QDBusMessage active = m_screenSaver->call(PhoneMocks::screenSaverPath(),
-                                                    QStringLiteral("org.freedesktop.ScreenSaver"),
-                                                    QStringLiteral("GetActive"));
+    const QDBusMessage active = m_screenSaver->call(
+        PhoneMocks::screenSaverPath(), QStringLiteral("org.freedesktop.ScreenSaver"), QStringLiteral("GetActive"));
     QCOMPARE(active.arguments(), QVariantList({true}));
 }
 
 void tst_ConnectivityUIUtils::bothAreReportedAsIndications()
 {
-    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString,QString)));
+    QSignalSpy indications(ConnUi::UiIndications::instance(), SIGNAL(indication(QString, QString)));
     ConnectivityUIUtils::unblankDisplay();
     ConnectivityUIUtils::unlockScreen();
     QCOMPARE(indications.count(), 2);
@@ -124,9 +123,10 @@ void tst_ConnectivityUIUtils::withoutScreenSaverOneWarningAndNoWait()
 {
     m_screenSaver->stop();
     WarningCounter warnings;
-    QTest::ignoreMessage(QtWarningMsg,
-                         QRegularExpression(QStringLiteral("^ConnectivityUIUtils: the screen cannot be woken: .* "
-                                                           "\\(org\\.freedesktop\\.DBus\\.Error\\.ServiceUnknown\\)$")));
+    QTest::ignoreMessage(
+        QtWarningMsg,
+        QRegularExpression(QStringLiteral("^ConnectivityUIUtils: the screen cannot be woken: .* "
+                                          "\\(org\\.freedesktop\\.DBus\\.Error\\.ServiceUnknown\\)$")));
     QElapsedTimer timer;
     timer.start();
     ConnectivityUIUtils::unblankDisplay();

@@ -39,10 +39,9 @@ QString loginSessionPath()
 
 void addLoginSession(const MockService& logind, bool locked)
 {
-    const QDBusMessage added = logind.call(PhoneMocks::logindPath(), QStringLiteral("org.freedesktop.DBus.Mock"),
-                                           QStringLiteral("AddSession"),
-                                           {QStringLiteral("c1"), QStringLiteral("seat0"), 1000u,
-                                            QStringLiteral("user"), true});
+    const QDBusMessage added =
+        logind.call(PhoneMocks::logindPath(), QStringLiteral("org.freedesktop.DBus.Mock"), QStringLiteral("AddSession"),
+                    {QStringLiteral("c1"), QStringLiteral("seat0"), 1000u, QStringLiteral("user"), true});
     QCOMPARE(added.type(), QDBusMessage::ReplyMessage);
     QVERIFY2(logind.control(loginSessionPath(), QStringLiteral("org.freedesktop.login1.Session"),
                             QStringLiteral("SetLockedHint"), {locked}),
