@@ -57,17 +57,21 @@ void quitOnSignals(QCoreApplication* app)
     sigaction(SIGTERM, &action, nullptr);
 }
 
-// Where plugins are looked for without --plugin or --plugin-dir: the installed plugin directory, or the
-// build tree's lib/ when the host runs from a build tree.
+// Where plugins are looked for without --plugin or --plugin-dir: $NFCUI_PLUGIN_DIR, the build tree's
+// lib/ when the host runs from a build tree, the installed plugin folder next to the program, or the
+// folder of the configured installation.
 QString defaultPluginDirectory()
 {
     const QString environment = qEnvironmentVariable("NFCUI_PLUGIN_DIR");
     if (!environment.isEmpty())
         return environment;
-    const QString buildTree = QCoreApplication::applicationDirPath() + QStringLiteral("/../lib");
-    if (QFileInfo::exists(buildTree + QStringLiteral("/libnfcagentdialogplugin.so"))
-        && !QFileInfo::exists(QStringLiteral(NFCUI_PLUGIN_DIR)))
+    const QString programDir = QCoreApplication::applicationDirPath();
+    const QString buildTree = programDir + QStringLiteral("/../lib");
+    if (QFileInfo::exists(buildTree + QStringLiteral("/libnfcagentdialogplugin.so")))
         return QDir::cleanPath(buildTree);
+    const QString installed = programDir + QStringLiteral("/" NFCUI_PLUGIN_DIR_FROM_BIN);
+    if (QFileInfo::exists(installed))
+        return QDir::cleanPath(installed);
     return QStringLiteral(NFCUI_PLUGIN_DIR);
 }
 
@@ -80,6 +84,9 @@ QString translationsDirectory()
     const QString buildTree = QCoreApplication::applicationDirPath() + QStringLiteral("/../data");
     if (QFileInfo::exists(buildTree + QStringLiteral("/nfcui-host_en.qm")))
         return QDir::cleanPath(buildTree);
+    const QString installed = QCoreApplication::applicationDirPath() + QStringLiteral("/" NFCUI_TRANSLATIONS_DIR_FROM_BIN);
+    if (QFileInfo::exists(installed))
+        return QDir::cleanPath(installed);
     return QStringLiteral(NFCUI_TRANSLATIONS_DIR);
 }
 
@@ -103,8 +110,17 @@ void installTranslations(QCoreApplication* app)
     }
 }
 
+// A screen the windows can go to. The offscreen platform draws (for screenshots) but shows nothing.
+bool isOffscreen()
+{
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    return platform == "offscreen" || platform == "minimal";
+}
+
 bool hasDisplay()
 {
+    if (isOffscreen())
+        return false;
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
            || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
@@ -135,7 +151,7 @@ int main(int argc, char** argv)
     static int qtArgc = 1;
     static char* qtArgv[] = {argv[0], nullptr};
     std::unique_ptr<QCoreApplication> application;
-    if (display || wantsScreenshots)
+    if (display || wantsScreenshots || isOffscreen())
         application = std::make_unique<QApplication>(qtArgc, qtArgv);
     else
         application = std::make_unique<QCoreApplication>(qtArgc, qtArgv);
