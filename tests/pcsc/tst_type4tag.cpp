@@ -81,6 +81,33 @@ void tst_Type4Tag::readsTheNdefMessage()
     QVERIFY(tag.largestLe <= maxRead);
 }
 
+void tst_Type4Tag::selectsVersionTwoOfTheApplicationFirst()
+{
+    SimulatedType4Tag tag(type4CapabilityContainer(0xFF), type4NdefFile(uriMessage("example.com")));
+
+    TagReader::read(tag, type4Atr());
+
+    QCOMPARE(tag.commands.value(1), hex("00A4040007D276000085010100"));
+    QCOMPARE(tag.commands.value(2), hex("00A4000C02E103"));
+    QCOMPARE(tag.commands.value(3), hex("00B000000F"));
+    QCOMPARE(tag.commands.value(4), hex("00A4000C02E104"));
+}
+
+void tst_Type4Tag::fallsBackToVersionOneOfTheSelect()
+{
+    const QByteArray message = uriMessage("example.com");
+    SimulatedType4Tag tag(type4CapabilityContainer(0xFF, 0xE104, 0x800, 0, 0x10), type4NdefFile(message));
+    tag.applicationVersions = {1};
+
+    const TagReadResult result = TagReader::read(tag, type4Atr());
+
+    QCOMPARE(result.outcome, TagReadResult::Read);
+    QCOMPARE(result.ndef, message);
+    QCOMPARE(tag.commands.value(1), hex("00A4040007D276000085010100"));
+    QCOMPARE(tag.commands.value(2), hex("00A4040007D2760000850100"));
+    QCOMPARE(tag.commands.value(3), hex("00A4000002E103"));
+}
+
 void tst_Type4Tag::refusesWhatIsNotNdef_data()
 {
     QTest::addColumn<QByteArray>("cc");
@@ -163,33 +190,6 @@ void tst_Type4Tag::endsTheReadOnMalformedOrFailingTags()
     const TagReadResult result = TagReader::read(tag, type4Atr());
 
     verifyReadEndedWithout(result, TagReadResult::Failed, reason);
-}
-
-void tst_Type4Tag::selectsVersionTwoOfTheApplicationFirst()
-{
-    SimulatedType4Tag tag(type4CapabilityContainer(0xFF), type4NdefFile(uriMessage("example.com")));
-
-    TagReader::read(tag, type4Atr());
-
-    QCOMPARE(tag.commands.value(1), hex("00A4040007D276000085010100"));
-    QCOMPARE(tag.commands.value(2), hex("00A4000C02E103"));
-    QCOMPARE(tag.commands.value(3), hex("00B000000F"));
-    QCOMPARE(tag.commands.value(4), hex("00A4000C02E104"));
-}
-
-void tst_Type4Tag::fallsBackToVersionOneOfTheSelect()
-{
-    const QByteArray message = uriMessage("example.com");
-    SimulatedType4Tag tag(type4CapabilityContainer(0xFF, 0xE104, 0x800, 0, 0x10), type4NdefFile(message));
-    tag.applicationVersions = {1};
-
-    const TagReadResult result = TagReader::read(tag, type4Atr());
-
-    QCOMPARE(result.outcome, TagReadResult::Read);
-    QCOMPARE(result.ndef, message);
-    QCOMPARE(tag.commands.value(1), hex("00A4040007D276000085010100"));
-    QCOMPARE(tag.commands.value(2), hex("00A4040007D2760000850100"));
-    QCOMPARE(tag.commands.value(3), hex("00A4000002E103"));
 }
 
 void tst_Type4Tag::readsInChunksNoLargerThanTheCardAllows()
