@@ -85,6 +85,31 @@ QStringList operationCalls()
                     QStringLiteral("BluetoothConnectionManager::disconnect")});
 }
 
+// The server's ignore addresses and the connection managers' operations, in the order they were made.
+QStringList ignoreAddressAndManagerCalls()
+{
+    return callsOf({QStringLiteral("Server::"), QStringLiteral("BluetoothConnectionManager::connect"),
+                    QStringLiteral("BluetoothConnectionManager::disconnect")});
+}
+
+// A banner as the call log records SimpleNotification::show: the event type, an empty argument, the text and
+// another empty argument.
+QString bannerCall(const QString& eventType, const QString& text)
+{
+    return QStringLiteral("SimpleNotification::show ") + eventType + QStringLiteral("  ") + text + QLatin1Char(' ');
+}
+
+// The set-up of the pairing process up to its start, with the step that depends on the PIN in between.
+QStringList pairingProcessCalls(const QString& pinStep)
+{
+    return {QStringLiteral("BluetoothPairingProcess::setErrorNotification true"),
+            QStringLiteral("BluetoothPairingProcess::setDialogServer"),
+            pinStep,
+            QStringLiteral("BluetoothPairingProcess::setAutoTrusted true"),
+            QStringLiteral("BluetoothPairingProcess::setAutoConnected false"),
+            QStringLiteral("BluetoothPairingProcess::start ") + headset};
+}
+
 // The other headset and the requested one, both paired and connectable, each with or without audio.
 void setOtherAndHeadset(bool otherHasAudio, bool headsetHasAudio)
 {
@@ -442,8 +467,7 @@ void tst_NfcAgentBluetoothRequest::pairingSkipsTheDialogWhenConfirmationIsOffAnd
                  QStringLiteral("SimpleNotification::"), QStringLiteral("BluetoothPairingProcess::start")}),
         (QStringList {QStringLiteral("NfcAdapter::defaultAdapter"), QStringLiteral("NfcAdapter::isConfirmationEnabled"),
                       QStringLiteral("QSystemDeviceInfo::lockStatus"), QStringLiteral("NfcAdapter::~NfcAdapter"),
-                      QStringLiteral("SimpleNotification::show x-orvan.nfc  ") + BluezBannerTexts::pairing(daemonName)
-                          + QLatin1Char(' '),
+                      bannerCall(QStringLiteral("x-orvan.nfc"), BluezBannerTexts::pairing(daemonName)),
                       QStringLiteral("BluetoothPairingProcess::start ") + headset}));
     QCOMPARE(outcome.outcomes(), 0);
 }
@@ -518,8 +542,7 @@ void tst_NfcAgentBluetoothRequest::confirmedDialogLeadsToPowerUpAndPairing()
                            QStringLiteral("SimpleNotification::"), QStringLiteral("BluetoothPairingProcess::start")}),
                   (QStringList {QStringLiteral("Server::closeDialog NfcPairingDialog"),
                                 QStringLiteral("ConnectivityUIUtils::unblankDisplay"),
-                                QStringLiteral("SimpleNotification::show x-orvan.nfc  ")
-                                    + BluezBannerTexts::pairing(daemonName) + QLatin1Char(' '),
+                                bannerCall(QStringLiteral("x-orvan.nfc"), BluezBannerTexts::pairing(daemonName)),
                                 QStringLiteral("BluetoothPairingProcess::start ") + headset}));
     QVERIFY(keepPowerOk());
     QCOMPARE(outcome.outcomes(), 0);
@@ -912,8 +935,7 @@ void tst_NfcAgentBluetoothRequest::pairingBannerComesBeforeThePowerCheck()
     request->start();
     COMPARE_CALLS(callsOf({QStringLiteral("ConnectivityUIUtils::"), QStringLiteral("SimpleNotification::")}),
                   (QStringList {QStringLiteral("ConnectivityUIUtils::unblankDisplay"),
-                                QStringLiteral("SimpleNotification::show x-orvan.nfc  ")
-                                    + BluezBannerTexts::pairing(daemonName) + QLatin1Char(' ')}));
+                                bannerCall(QStringLiteral("x-orvan.nfc"), BluezBannerTexts::pairing(daemonName))}));
     COMPARE_CALLS(banners(), QStringList {pairingBanner(daemonName)});
 
     // The adapter then reports its power but stays off: the banner was shown all the same.
@@ -1159,12 +1181,7 @@ void tst_NfcAgentBluetoothRequest::pairingWithoutPinIgnoresLegacyPairing()
     request->start();
 
     COMPARE_CALLS(callsOf({QStringLiteral("BluetoothPairingProcess::")}),
-                  (QStringList {QStringLiteral("BluetoothPairingProcess::setErrorNotification true"),
-                                QStringLiteral("BluetoothPairingProcess::setDialogServer"),
-                                QStringLiteral("BluetoothPairingProcess::setIgnoreLegacyPairing true"),
-                                QStringLiteral("BluetoothPairingProcess::setAutoTrusted true"),
-                                QStringLiteral("BluetoothPairingProcess::setAutoConnected false"),
-                                QStringLiteral("BluetoothPairingProcess::start ") + headset}));
+                  pairingProcessCalls(QStringLiteral("BluetoothPairingProcess::setIgnoreLegacyPairing true")));
     const QList<FakeCall> serverCalls
         = FakePlatform::callsTo(QStringLiteral("BluetoothPairingProcess::setDialogServer"));
     QCOMPARE(serverCalls.value(0).args.value(0).value<void*>(), static_cast<void*>(server));
@@ -1179,12 +1196,7 @@ void tst_NfcAgentBluetoothRequest::pairingWithPinGivesThePin()
     request->start();
 
     COMPARE_CALLS(callsOf({QStringLiteral("BluetoothPairingProcess::")}),
-                  (QStringList {QStringLiteral("BluetoothPairingProcess::setErrorNotification true"),
-                                QStringLiteral("BluetoothPairingProcess::setDialogServer"),
-                                QStringLiteral("BluetoothPairingProcess::setPinCode 4711"),
-                                QStringLiteral("BluetoothPairingProcess::setAutoTrusted true"),
-                                QStringLiteral("BluetoothPairingProcess::setAutoConnected false"),
-                                QStringLiteral("BluetoothPairingProcess::start ") + headset}));
+                  pairingProcessCalls(QStringLiteral("BluetoothPairingProcess::setPinCode 4711")));
 }
 
 void tst_NfcAgentBluetoothRequest::pairingRunsForAnAlreadyPairedDevice()
@@ -1327,8 +1339,7 @@ void tst_NfcAgentBluetoothRequest::connectionWithoutAudioDeviceConnects()
     Outcome outcome(request);
     request->start();
 
-    COMPARE_CALLS(callsOf({QStringLiteral("Server::"), QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
+    COMPARE_CALLS(ignoreAddressAndManagerCalls(),
                   (QStringList {QStringLiteral("Server::setProperty BtConnectIgnoreAddress ") + headset,
                                 QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
     QCOMPARE(outcome.outcomes(), 0);
@@ -1336,10 +1347,10 @@ void tst_NfcAgentBluetoothRequest::connectionWithoutAudioDeviceConnects()
 
     QVERIFY(firstManagerEmits(&BluetoothConnectionManager::connected));
 
-    COMPARE_CALLS(callsOf({QStringLiteral("ConnectivityUIUtils::"), QStringLiteral("SimpleNotification::")}),
-                  (QStringList {QStringLiteral("ConnectivityUIUtils::unblankDisplay"),
-                                QStringLiteral("SimpleNotification::show x-orvan.nfc.connected  ")
-                                    + BluezBannerTexts::connected(platformName) + QLatin1Char(' ')}));
+    COMPARE_CALLS(
+        callsOf({QStringLiteral("ConnectivityUIUtils::"), QStringLiteral("SimpleNotification::")}),
+        (QStringList {QStringLiteral("ConnectivityUIUtils::unblankDisplay"),
+                      bannerCall(QStringLiteral("x-orvan.nfc.connected"), BluezBannerTexts::connected(platformName))}));
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
     // Left in place after a success.
@@ -1385,8 +1396,7 @@ void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
     Outcome outcome(request);
     request->start();
 
-    COMPARE_CALLS(callsOf({QStringLiteral("Server::"), QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
+    COMPARE_CALLS(ignoreAddressAndManagerCalls(),
                   (QStringList {QStringLiteral("Server::setProperty BtDisconnectIgnoreAddress ") + otherHeadset,
                                 QStringLiteral("BluetoothConnectionManager::disconnect ") + otherHeadset}));
     QCOMPARE(managers().size(), 1);
@@ -1396,8 +1406,7 @@ void tst_NfcAgentBluetoothRequest::connectionDisconnectsOtherAudioDeviceFirst()
     COMPARE_CALLS(
         callsOf({QStringLiteral("Server::"), QStringLiteral("BluetoothConnectionManager::connect"),
                  QStringLiteral("BluetoothConnectionManager::disconnect"), QStringLiteral("SimpleNotification::")}),
-        (QStringList {QStringLiteral("SimpleNotification::show x-orvan.nfc.disconnected  ")
-                          + BluezBannerTexts::disconnected(otherName) + QLatin1Char(' '),
+        (QStringList {bannerCall(QStringLiteral("x-orvan.nfc.disconnected"), BluezBannerTexts::disconnected(otherName)),
                       QStringLiteral("Server::setProperty BtConnectIgnoreAddress ") + headset,
                       QStringLiteral("BluetoothConnectionManager::connect ") + headset}));
     QCOMPARE(outcome.outcomes(), 0);
@@ -1502,8 +1511,7 @@ void tst_NfcAgentBluetoothRequest::disconnectionDisconnectsAndAccepts()
     Outcome outcome(request);
     request->start();
 
-    COMPARE_CALLS(callsOf({QStringLiteral("Server::"), QStringLiteral("BluetoothConnectionManager::connect"),
-                           QStringLiteral("BluetoothConnectionManager::disconnect")}),
+    COMPARE_CALLS(ignoreAddressAndManagerCalls(),
                   (QStringList {QStringLiteral("Server::setProperty BtDisconnectIgnoreAddress ") + headset,
                                 QStringLiteral("BluetoothConnectionManager::disconnect ") + headset}));
     QCOMPARE(FakePlatform::count(QStringLiteral("BluetoothAdapter::listDevices")), 0);
@@ -1514,8 +1522,8 @@ void tst_NfcAgentBluetoothRequest::disconnectionDisconnectsAndAccepts()
     COMPARE_CALLS(callsOf({QStringLiteral("ConnectivityUIUtils::"), QStringLiteral("SimpleNotification::"),
                            QStringLiteral("BluetoothConnectionManager::connect")}),
                   (QStringList {QStringLiteral("ConnectivityUIUtils::unblankDisplay"),
-                                QStringLiteral("SimpleNotification::show x-orvan.nfc.disconnected  ")
-                                    + BluezBannerTexts::disconnected(platformName) + QLatin1Char(' ')}));
+                                bannerCall(QStringLiteral("x-orvan.nfc.disconnected"),
+                                           BluezBannerTexts::disconnected(platformName))}));
     QCOMPARE(outcome.accepted.count(), 1);
     QCOMPARE(outcome.outcomes(), 1);
     QCOMPARE(server->properties().value(QStringLiteral("BtDisconnectIgnoreAddress")).toString(), headset);

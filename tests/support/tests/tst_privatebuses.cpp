@@ -43,6 +43,15 @@ bool allGone(const QList<qint64>& pids, int timeoutMs)
     }
 }
 
+// One run of a script around a command: the script's process, the ids of its two bus daemons and the id of
+// the command.
+struct ScriptRun
+{
+    QProcess process;
+    QList<qint64> buses;
+    qint64 command = 0;
+};
+
 } // namespace
 
 class tst_PrivateBuses : public QObject
@@ -52,9 +61,9 @@ class tst_PrivateBuses : public QObject
 private:
     // Starts the script with a command that prints the bus daemons' ids, its own id and its
     // temporary directory, then runs tail (the command's rest). Fills in what was printed.
-    bool startScript(QProcess& process, const QString& script, const QString& tail, QList<qint64>* busPids,
-                     qint64* commandPid)
+    bool startScript(ScriptRun& run, const QString& script, const QString& tail)
     {
+        QProcess& process = run.process;
         const QString command = QStringLiteral("echo \"$NFCUI_PRIVATE_BUS_PIDS\"; echo $$; ") + tail;
         process.setProgram(scriptsDir + QLatin1Char('/') + script);
         process.setArguments({QStringLiteral("sh"), QStringLiteral("-c"), command});
@@ -75,10 +84,10 @@ private:
         const QList<QByteArray> lines = out.split('\n');
         for (const QByteArray& pid : lines.at(0).split(' ')) {
             if (!pid.isEmpty())
-                busPids->append(pid.toLongLong());
+                run.buses.append(pid.toLongLong());
         }
-        *commandPid = lines.at(1).toLongLong();
-        return busPids->size() == 2 && *commandPid > 0;
+        run.command = lines.at(1).toLongLong();
+        return run.buses.size() == 2 && run.command > 0;
     }
 
     QStringList leftovers() const
@@ -104,81 +113,64 @@ private Q_SLOTS:
 
     void commandExitStopsTheBusesAndPassesItsStatusOn()
     {
-        QProcess process;
-        QList<qint64> buses;
-        qint64 command = 0;
-        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("read line; exit 3"),
-                            &buses, &command));
-        QVERIFY(isRunning(buses.at(0)) && isRunning(buses.at(1)));
-        process.write("go\n");
-        QVERIFY(process.waitForFinished(10000));
-        QCOMPARE(process.exitCode(), 3);
-        QVERIFY(allGone(buses, 5000));
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("with-private-buses"), QStringLiteral("read line; exit 3")));
+        QVERIFY(isRunning(run.buses.at(0)) && isRunning(run.buses.at(1)));
+        run.process.write("go\n");
+        QVERIFY(run.process.waitForFinished(10000));
+        QCOMPARE(run.process.exitCode(), 3);
+        QVERIFY(allGone(run.buses, 5000));
         QVERIFY(leftovers().isEmpty());
     }
 
     void crashedCommandStopsTheBuses()
     {
-        QProcess process;
-        QList<qint64> buses;
-        qint64 command = 0;
-        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("kill -SEGV $$"),
-                            &buses, &command));
-        QVERIFY(process.waitForFinished(10000));
-        QCOMPARE(process.exitCode(), 128 + SIGSEGV);
-        QVERIFY(allGone(buses, 5000));
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("with-private-buses"), QStringLiteral("kill -SEGV $$")));
+        QVERIFY(run.process.waitForFinished(10000));
+        QCOMPARE(run.process.exitCode(), 128 + SIGSEGV);
+        QVERIFY(allGone(run.buses, 5000));
         QVERIFY(leftovers().isEmpty());
     }
 
     void terminatedScriptStopsItsCommandAndBusesAtOnce()
     {
-        QProcess process;
-        QList<qint64> buses;
-        qint64 command = 0;
-        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("exec sleep 600"),
-                            &buses, &command));
-        process.terminate();
-        QVERIFY2(process.waitForFinished(5000), "the script waited for its command instead of ending");
-        QVERIFY(allGone(buses << command, 5000));
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("with-private-buses"), QStringLiteral("exec sleep 600")));
+        run.process.terminate();
+        QVERIFY2(run.process.waitForFinished(5000), "the script waited for its command instead of ending");
+        QVERIFY(allGone(run.buses << run.command, 5000));
         QVERIFY(leftovers().isEmpty());
     }
 
     void killedScriptTakesItsBusesAlong()
     {
-        QProcess process;
-        QList<qint64> buses;
-        qint64 command = 0;
-        QVERIFY(startScript(process, QStringLiteral("with-private-buses"), QStringLiteral("exec sleep 600"),
-                            &buses, &command));
-        process.kill(); // SIGKILL: no trap runs, as when a test runner's timeout strikes
-        QVERIFY(process.waitForFinished(5000));
-        const bool gone = allGone(buses, 5000);
-        ::kill(pid_t(command), SIGKILL);
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("with-private-buses"), QStringLiteral("exec sleep 600")));
+        run.process.kill(); // SIGKILL: no trap runs, as when a test runner's timeout strikes
+        QVERIFY(run.process.waitForFinished(5000));
+        const bool gone = allGone(run.buses, 5000);
+        ::kill(pid_t(run.command), SIGKILL);
         QVERIFY2(gone, "a bus daemon outlived its script");
     }
 
     void killedIsolatedRunTakesItsBusesAlongAndItsDirectoriesGoNextRun()
     {
-        QProcess process;
-        QList<qint64> buses;
-        qint64 command = 0;
-        QVERIFY(startScript(process, QStringLiteral("isolated"), QStringLiteral("exec sleep 600"), &buses,
-                            &command));
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("isolated"), QStringLiteral("exec sleep 600")));
         QCOMPARE(leftovers().size(), 2); // the buses' directory and the test's home
-        process.kill();
-        QVERIFY(process.waitForFinished(5000));
-        const bool gone = allGone(buses, 5000);
-        ::kill(pid_t(command), SIGKILL);
+        run.process.kill();
+        QVERIFY(run.process.waitForFinished(5000));
+        const bool gone = allGone(run.buses, 5000);
+        ::kill(pid_t(run.command), SIGKILL);
         QVERIFY2(gone, "a bus daemon outlived its script");
-        QVERIFY(allGone({command}, 5000));
+        QVERIFY(allGone({run.command}, 5000));
 
-        QProcess next;
-        QList<qint64> nextBuses;
-        qint64 nextCommand = 0;
-        QVERIFY(startScript(next, QStringLiteral("isolated"), QStringLiteral("exit 0"), &nextBuses, &nextCommand));
-        QVERIFY(next.waitForFinished(10000));
-        QCOMPARE(next.exitCode(), 0);
-        QVERIFY(allGone(nextBuses, 5000));
+        ScriptRun next;
+        QVERIFY(startScript(next, QStringLiteral("isolated"), QStringLiteral("exit 0")));
+        QVERIFY(next.process.waitForFinished(10000));
+        QCOMPARE(next.process.exitCode(), 0);
+        QVERIFY(allGone(next.buses, 5000));
         QVERIFY2(leftovers().isEmpty(), qPrintable(leftovers().join(QLatin1Char(' '))));
     }
 };
