@@ -55,7 +55,9 @@ int main(int argc, char** argv)
     parser.addHelpOption();
     const QCommandLineOption simulator(QStringLiteral("simulator"),
                                        QStringLiteral("Export the simulator interface (com.orvan.nfc.Simulator)."));
-    const QCommandLineOption pcsc(QStringLiteral("pcsc"), QStringLiteral("Read tags from PC/SC readers (also the default when no source is named and pcscd answers)."));
+    const QCommandLineOption pcsc(
+        QStringLiteral("pcsc"),
+        QStringLiteral("Read tags from PC/SC readers (also the default when no source is named and pcscd answers)."));
     const QCommandLineOption noConfirmation(QStringLiteral("no-confirmation"),
                                             QStringLiteral("Start with ConfirmationEnabled false."));
     const QCommandLineOption replyTimeout(QStringLiteral("reply-timeout"),

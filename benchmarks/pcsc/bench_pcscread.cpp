@@ -17,9 +17,16 @@
 #include "virtualtag.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QLoggingCategory>
+#include <QProcess>
+#include <QThread>
 
 #include <winscard.h>
 
@@ -95,13 +102,12 @@ void inProcess(const Case& c)
         apdus = result.apdus;
         sent = bytesSent(*tag);
     }
-    std::printf("in process  %-34s %8.1f us/read  %3d APDUs  %5d bytes sent for %d of NDEF\n", c.name,
-                median(times), apdus, sent, int(c.message.size()));
+    std::printf("in process  %-34s %8.1f us/read  %3d APDUs  %5d bytes sent for %d of NDEF\n", c.name, median(times),
+                apdus, sent, int(c.message.size()));
 }
 
 // Runs the event loop until done() holds or the time is up.
-template<typename Done>
-bool waitUntil(Done done, int milliseconds)
+template<typename Done> bool waitUntil(Done done, int milliseconds)
 {
     QElapsedTimer timer;
     timer.start();
@@ -145,7 +151,7 @@ public:
 private:
     QByteArray m_reader;
     std::thread m_thread;
-    std::atomic<bool> m_found{false};
+    std::atomic<bool> m_found {false};
     Clock::time_point m_seen;
 };
 
@@ -211,6 +217,97 @@ bool throughPcscd(const Case& c, PrivatePcscd& pcscd)
 
 } // namespace
 
+// The UI agent's side, as small as it gets: notes when DataDeliveryRequested arrives and answers every
+// call at once with an empty reply (a grant).
+class TimingAgent : public QDBusVirtualObject
+{
+public:
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+    {
+        if (message.member() == QLatin1String("DataDeliveryRequested")) {
+            delivered = Clock::now();
+            data = message.arguments().value(2).toByteArray();
+            ++deliveries;
+        }
+        connection.send(message.createReply());
+        return true;
+    }
+    QString introspect(const QString&) const override { return QString(); }
+
+    Clock::time_point delivered;
+    QByteArray data;
+    int deliveries = 0;
+};
+
+// The same touches through nfcui-daemon --pcsc, to DataDeliveryRequested reaching an agent on the
+// private system bus. Needs scripts/with-private-buses.
+bool throughDaemon(const std::vector<Case>& cases, PrivatePcscd& pcscd)
+{
+    QDBusConnection bus = QDBusConnection::systemBus();
+    if (!bus.isConnected()) {
+        std::fprintf(stderr, "no system bus: run under scripts/with-private-buses for the daemon's figures\n");
+        return false;
+    }
+    QProcess daemon;
+    daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("*.info=false"));
+    daemon.setProcessEnvironment(environment);
+    daemon.start(QStringLiteral(NFCUI_DAEMON_PROGRAM), {QStringLiteral("--pcsc")});
+    if (!waitUntil([&] { return bus.interface()->isServiceRegistered(QStringLiteral("com.orvan.nfc")).value(); },
+                   10000)) {
+        std::fprintf(stderr, "nfcui-daemon did not start\n");
+        return false;
+    }
+    TimingAgent agent;
+    bus.registerVirtualObject(QStringLiteral("/bench/agent"), &agent);
+    QDBusMessage registration =
+        QDBusMessage::createMethodCall(QStringLiteral("com.orvan.nfc"), QStringLiteral("/com/orvan/nfc/adapter0"),
+                                       QStringLiteral("com.orvan.nfc.Adapter"), QStringLiteral("RegisterUIAgent"));
+    registration.setArguments({QVariant::fromValue(QDBusObjectPath(QStringLiteral("/bench/agent")))});
+    if (bus.call(registration).type() != QDBusMessage::ReplyMessage) {
+        std::fprintf(stderr, "cannot register the agent\n");
+        return false;
+    }
+    QThread::msleep(1500); // the daemon's source finds the readers
+
+    for (const Case& c : cases) {
+        const QByteArray image = c.message.size() < 100 ? ntag213(c.message) : ntag216(c.message);
+        VirtualTag tag(c.type4 ? VirtualTag::type4(type4CapabilityContainer(0xFF), type4NdefFile(c.message, 0x800),
+                                                   QByteArray::fromHex("08123456"))
+                               : VirtualTag::type2(image, defaultUid()));
+        std::vector<double> times, readTimes;
+        for (int round = 0; round < 15; ++round) {
+            const int before = agent.deliveries;
+            std::unique_ptr<CardWatch> watch(new CardWatch(pcscd.readerName(0)));
+            QString error;
+            const bool on = round == 0 ? tag.putOn(pcscd.port(0), &error) : tag.putBack();
+            const Clock::time_point arrival = Clock::now();
+            if (!on || !waitUntil([&] { return agent.deliveries > before; }, 10000) || agent.data != c.message) {
+                std::fprintf(stderr, "%s: no delivery through the daemon %s\n", c.name, qPrintable(error));
+                return false;
+            }
+            const bool seen = watch->found();
+            const Clock::time_point seenAt = watch->seen();
+            watch.reset();
+            times.push_back(std::chrono::duration<double, std::milli>(agent.delivered - arrival).count());
+            if (seen)
+                readTimes.push_back(std::chrono::duration<double, std::milli>(agent.delivered - seenAt).count());
+            tag.takeOff();
+            pcscd.waitUntilEmpty(5000);
+        }
+        std::sort(times.begin(), times.end());
+        std::sort(readTimes.begin(), readTimes.end());
+        std::printf("daemon      %-34s arrival to DataDeliveryRequested %6.1f ms median (%6.1f to %6.1f); pcscd's "
+                    "report to DataDeliveryRequested %5.1f ms median (%5.1f to %5.1f)\n",
+                    c.name, median(times), times.front(), times.back(), median(readTimes),
+                    readTimes.empty() ? 0 : readTimes.front(), readTimes.empty() ? 0 : readTimes.back());
+    }
+    daemon.terminate();
+    daemon.waitForFinished(5000);
+    return true;
+}
+
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
@@ -234,5 +331,5 @@ int main(int argc, char** argv)
         if (!throughPcscd(c, pcscd))
             return 1;
     }
-    return 0;
+    return throughDaemon(cases, pcscd) ? 0 : 1;
 }

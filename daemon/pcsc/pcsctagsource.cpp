@@ -5,7 +5,9 @@
 
 #include <winscard.h>
 
-PcscTagSource::PcscTagSource(QObject* parent) : TagSource(parent), d(new PcscTagSourcePrivate) {}
+PcscTagSource::PcscTagSource(QObject* parent) : TagSource(parent), d(new PcscTagSourcePrivate)
+{
+}
 
 PcscTagSource::~PcscTagSource()
 {

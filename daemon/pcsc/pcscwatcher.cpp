@@ -35,7 +35,9 @@ bool serviceLost(LONG rv)
 
 } // namespace
 
-PcscWatcher::PcscWatcher(QObject* parent) : QObject(parent) {}
+PcscWatcher::PcscWatcher(QObject* parent) : QObject(parent)
+{
+}
 
 PcscWatcher::~PcscWatcher() = default;
 
@@ -141,8 +143,8 @@ bool PcscWatcher::refreshReaders()
 
     std::vector<Reader> readers;
     for (const QString& name : names) {
-        auto existing = std::find_if(m_readers.begin(), m_readers.end(),
-                                     [&](const Reader& reader) { return reader.name == name; });
+        auto existing =
+            std::find_if(m_readers.begin(), m_readers.end(), [&](const Reader& reader) { return reader.name == name; });
         if (existing != m_readers.end()) {
             readers.push_back(*existing);
             continue;
@@ -309,8 +311,8 @@ void PcscWatcher::report(const Reader& reader, const TagReadResult& result)
         Q_EMIT tagUnreadable(result.uid);
         break;
     case TagReadResult::Failed:
-        qCWarning(lcPcsc).noquote() << QStringLiteral("%1: reading tag %2 failed: %3")
-                                           .arg(reader.name, uidText(result.uid), result.reason);
+        qCWarning(lcPcsc).noquote()
+            << QStringLiteral("%1: reading tag %2 failed: %3").arg(reader.name, uidText(result.uid), result.reason);
         Q_EMIT tagUnreadable(result.uid);
         break;
     }

@@ -48,11 +48,11 @@ private:
         QString name;
         QByteArray nameBytes;
         DWORD state = SCARD_STATE_UNAWARE; // what pcscd last told, given back as the current state
-        bool handled = false;              // the card now present was read (or given up on)
-        DWORD handledEvents = 0;           // pcscd's card event count at that read
-        bool sharingLogged = false;        // "held by another program" was logged for this presence
-        QByteArray lastUid;                // the UID of the card now present, once read
-        QByteArray uidBeforeRestart;       // the card that lay here when pcscd went away, until one is read
+        bool handled = false; // the card now present was read (or given up on)
+        DWORD handledEvents = 0; // pcscd's card event count at that read
+        bool sharingLogged = false; // "held by another program" was logged for this presence
+        QByteArray lastUid; // the UID of the card now present, once read
+        QByteArray uidBeforeRestart; // the card that lay here when pcscd went away, until one is read
     };
 
     bool connectToService();
@@ -63,7 +63,7 @@ private:
     void report(const Reader& reader, const TagReadResult& result);
     void sleep(int milliseconds);
 
-    std::atomic<bool> m_stopping{false};
+    std::atomic<bool> m_stopping {false};
     QMutex m_mutex; // guards m_context against stop() and the sleeps
     QWaitCondition m_wake;
     SCARDCONTEXT m_context = 0;

@@ -59,22 +59,22 @@ TagType TagType::fromAtr(const QByteArray& atr)
 {
     const QByteArray historical = historicalBytes(atr);
     const bool storageCard = historical.size() >= 11
-        && historical.startsWith(QByteArray::fromRawData(reinterpret_cast<const char*>(storageCardPrefix),
-                                                         sizeof storageCardPrefix));
+        && historical.startsWith(
+            QByteArray::fromRawData(reinterpret_cast<const char*>(storageCardPrefix), sizeof storageCardPrefix));
     if (!storageCard)
-        return TagType{Type4, QStringLiteral("ISO 14443-4 card")};
+        return TagType {Type4, QStringLiteral("ISO 14443-4 card")};
 
     const quint8 standard = quint8(historical.at(8));
     const quint16 code = quint16((quint8(historical.at(9)) << 8) | quint8(historical.at(10)));
     const QString codeText = QStringLiteral("%1").arg(code, 4, 16, QLatin1Char('0')).toUpper();
     if (standard != 0x03) { // ISO 14443A part 3
-        return TagType{Unsupported, QStringLiteral("memory card of standard %1, card %2")
-                                        .arg(QStringLiteral("%1").arg(standard, 2, 16, QLatin1Char('0')).toUpper(),
-                                             codeText)};
+        return TagType {Unsupported,
+                        QStringLiteral("memory card of standard %1, card %2")
+                            .arg(QStringLiteral("%1").arg(standard, 2, 16, QLatin1Char('0')).toUpper(), codeText)};
     }
     for (const CardName& card : cardNames) {
         if (card.code == code)
-            return TagType{card.kind, QString::fromLatin1(card.name)};
+            return TagType {card.kind, QString::fromLatin1(card.name)};
     }
-    return TagType{Type2, QStringLiteral("ISO 14443A memory card %1").arg(codeText)};
+    return TagType {Type2, QStringLiteral("ISO 14443A memory card %1").arg(codeText)};
 }

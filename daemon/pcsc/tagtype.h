@@ -13,8 +13,8 @@
 struct TagType
 {
     enum Kind {
-        Type2,      // ISO 14443A part 3 memory tag read by pages: MIFARE Ultralight, NTAG, my-d NFC
-        Type4,      // ISO 14443-4 card: ISO 7816 commands, the NDEF application
+        Type2, // ISO 14443A part 3 memory tag read by pages: MIFARE Ultralight, NTAG, my-d NFC
+        Type4, // ISO 14443-4 card: ISO 7816 commands, the NDEF application
         Unsupported // a memory card that is not an NFC Forum Type 2 tag (MIFARE Classic, ISO 15693, ...)
     };
 

@@ -26,7 +26,7 @@ constexpr quint8 TerminatorTlv = 0xFE;
 class TagMemory
 {
 public:
-    TagMemory(ApduTransport& transport, TagReadResult& result) : m_transport(transport), m_result(result) {}
+    TagMemory(ApduTransport& transport, TagReadResult& result) : m_transport(transport), m_result(result) { }
 
     // The first read: page 3 (the capability container) and the first data pages after it. A tag whose
     // memory ends before that refuses the whole read; page 3 is then read alone. False when it failed.
@@ -34,12 +34,10 @@ public:
     {
         const QString what = QStringLiteral("reading the capability container");
         QByteArray response;
-        if (!Apdu::exchange(m_transport, Type2Tag::readCommand(CapabilityPage, MaxReadSize), what, m_result,
-                            &response))
+        if (!Apdu::exchange(m_transport, Type2Tag::readCommand(CapabilityPage, MaxReadSize), what, m_result, &response))
             return false;
         if (Apdu::statusWord(response) != Apdu::Success
-            && !Apdu::exchange(m_transport, Type2Tag::readCommand(CapabilityPage, PageSize), what, m_result,
-                               &response))
+            && !Apdu::exchange(m_transport, Type2Tag::readCommand(CapabilityPage, PageSize), what, m_result, &response))
             return false;
         QByteArray data;
         if (!checkAnswer(response, PageSize, what, &data))
@@ -144,8 +142,8 @@ private:
             m_bytes[size_t(page * PageSize + i)] = quint8(data.at(i));
         if (usable <= address - page * PageSize) {
             m_result.outcome = TagReadResult::Failed;
-            m_result.reason = QStringLiteral("reading page %1: %2 bytes instead of %3")
-                                  .arg(page).arg(data.size()).arg(length);
+            m_result.reason =
+                QStringLiteral("reading page %1: %2 bytes instead of %3").arg(page).arg(data.size()).arg(length);
             return false;
         }
         return true;
@@ -235,8 +233,10 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
     if (magic != 0xE1)
         return notNdef(result, QStringLiteral("the capability container is not NFC Forum (%1)").arg(Apdu::hex(cc)));
     if ((version >> 4) != 1) {
-        return notNdef(result, QStringLiteral("the capability container has mapping version %1.%2, not 1.x")
-                                   .arg(version >> 4).arg(version & 0x0F));
+        return notNdef(result,
+                       QStringLiteral("the capability container has mapping version %1.%2, not 1.x")
+                           .arg(version >> 4)
+                           .arg(version & 0x0F));
     }
     if (size == 0)
         return notNdef(result, QStringLiteral("the capability container declares no data area"));
@@ -252,9 +252,10 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         if (memory.next(&address, byte, &readFailed))
             return true;
         if (!readFailed) {
-            failed(result, QStringLiteral("the data area ends inside %1TLV %2")
-                               .arg(inLength ? QStringLiteral("the length of ") : QString(),
-                                    Apdu::hex(QByteArray(1, char(type)))));
+            failed(result,
+                   QStringLiteral("the data area ends inside %1TLV %2")
+                       .arg(inLength ? QStringLiteral("the length of ") : QString(),
+                            Apdu::hex(QByteArray(1, char(type)))));
         }
         return false;
     };
@@ -284,10 +285,11 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
 
         const int available = memory.available(address);
         if (length > available) {
-            return failed(result, QStringLiteral("TLV %1 claims %2 bytes, the data area has %3 left")
-                                      .arg(Apdu::hex(QByteArray(1, char(type))))
-                                      .arg(length)
-                                      .arg(available));
+            return failed(result,
+                          QStringLiteral("TLV %1 claims %2 bytes, the data area has %3 left")
+                              .arg(Apdu::hex(QByteArray(1, char(type))))
+                              .arg(length)
+                              .arg(available));
         }
 
         QByteArray value;

@@ -66,7 +66,7 @@ struct NdefFile
     quint16 id = 0;
     quint32 maxSize = 0;
     int lengthSize = 2; // NLEN, or 4 for ENLEN in the extended form
-    int maxRead = 0;    // MLe, the most bytes one READ BINARY may ask for
+    int maxRead = 0; // MLe, the most bytes one READ BINARY may ask for
 };
 
 bool validFileId(quint16 id)
@@ -79,17 +79,19 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
 {
     QByteArray cc;
     quint16 sw = 0;
-    if (!readBinary(transport, 0, CapabilityContainerSize, QStringLiteral("reading the capability container"),
-                    result, &cc, &sw))
+    if (!readBinary(transport, 0, CapabilityContainerSize, QStringLiteral("reading the capability container"), result,
+                    &cc, &sw))
         return false;
     if (!readSucceeded(sw)) {
-        failed(result, QStringLiteral("reading the capability container: the card answered %1")
-                           .arg(Apdu::statusText(sw)));
+        failed(result,
+               QStringLiteral("reading the capability container: the card answered %1").arg(Apdu::statusText(sw)));
         return false;
     }
     if (cc.size() < CapabilityContainerSize) {
-        notNdef(result, QStringLiteral("the capability container has %1 bytes, fewer than %2")
-                            .arg(cc.size()).arg(CapabilityContainerSize));
+        notNdef(result,
+                QStringLiteral("the capability container has %1 bytes, fewer than %2")
+                    .arg(cc.size())
+                    .arg(CapabilityContainerSize));
         return false;
     }
     const quint32 ccLength = bigEndian(cc, 0, 2);
@@ -98,13 +100,16 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
     const quint8 tlvType = quint8(cc.at(7));
     const quint8 tlvLength = quint8(cc.at(8));
     if (ccLength < CapabilityContainerSize) {
-        notNdef(result, QStringLiteral("the capability container declares %1 bytes, fewer than %2")
-                            .arg(ccLength).arg(CapabilityContainerSize));
+        notNdef(result,
+                QStringLiteral("the capability container declares %1 bytes, fewer than %2")
+                    .arg(ccLength)
+                    .arg(CapabilityContainerSize));
         return false;
     }
     if ((version >> 4) < 1 || (version >> 4) > 3) {
-        notNdef(result, QStringLiteral("the capability container has mapping version %1.%2")
-                            .arg(version >> 4).arg(version & 0x0F));
+        notNdef(
+            result,
+            QStringLiteral("the capability container has mapping version %1.%2").arg(version >> 4).arg(version & 0x0F));
         return false;
     }
     if (maxRead == 0) {
@@ -128,8 +133,10 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
                         QStringLiteral("reading the capability container"), result, &rest, &sw))
             return false;
         if (!readSucceeded(sw) || rest.size() < ExtendedCapabilityContainerSize - CapabilityContainerSize) {
-            failed(result, QStringLiteral("reading the capability container: the card answered %1 with %2 bytes")
-                               .arg(Apdu::statusText(sw)).arg(rest.size()));
+            failed(result,
+                   QStringLiteral("reading the capability container: the card answered %1 with %2 bytes")
+                       .arg(Apdu::statusText(sw))
+                       .arg(rest.size()));
             return false;
         }
         cc += rest;
@@ -138,9 +145,10 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
         file->lengthSize = 4;
         readAccess = quint8(cc.at(15));
     } else {
-        notNdef(result, QStringLiteral("the capability container has no NDEF File Control TLV (TLV %1, length %2)")
-                            .arg(Apdu::hex(QByteArray(1, char(tlvType))))
-                            .arg(tlvLength));
+        notNdef(result,
+                QStringLiteral("the capability container has no NDEF File Control TLV (TLV %1, length %2)")
+                    .arg(Apdu::hex(QByteArray(1, char(tlvType))))
+                    .arg(tlvLength));
         return false;
     }
     if (!validFileId(file->id)) {
@@ -152,8 +160,9 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
         return false;
     }
     if (readAccess != 0x00) {
-        notNdef(result, QStringLiteral("the NDEF file is not readable (access %1)")
-                            .arg(Apdu::hex(QByteArray(1, char(readAccess)))));
+        notNdef(result,
+                QStringLiteral("the NDEF file is not readable (access %1)")
+                    .arg(Apdu::hex(QByteArray(1, char(readAccess)))));
         return false;
     }
     file->maxRead = int(qMin<quint32>(maxRead, MaxShortLe));
@@ -166,7 +175,7 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
 bool readNdefFile(ApduTransport& transport, TagReadResult& result, const NdefFile& file)
 {
     QByteArray content; // the file from offset 0
-    qint64 total = -1;  // length field plus message, once the length is known
+    qint64 total = -1; // length field plus message, once the length is known
     bool first = true;
     while (total < 0 || content.size() < total) {
         const qint64 wanted = (total < 0 ? qint64(file.maxSize) : total) - content.size();
@@ -175,8 +184,9 @@ bool readNdefFile(ApduTransport& transport, TagReadResult& result, const NdefFil
             return false;
         }
         if (content.size() > MaxShortOffset) {
-            failed(result, QStringLiteral("the NDEF message goes past offset %1, beyond what READ BINARY reaches")
-                               .arg(MaxShortOffset));
+            failed(result,
+                   QStringLiteral("the NDEF message goes past offset %1, beyond what READ BINARY reaches")
+                       .arg(MaxShortOffset));
             return false;
         }
         int length = int(qMin<qint64>(file.maxRead, wanted));
@@ -204,8 +214,10 @@ bool readNdefFile(ApduTransport& transport, TagReadResult& result, const NdefFil
         if (total < 0 && content.size() >= file.lengthSize) {
             const quint32 messageLength = bigEndian(content, 0, file.lengthSize);
             if (messageLength > file.maxSize - quint32(file.lengthSize)) {
-                failed(result, QStringLiteral("the NDEF length %1 goes past the NDEF file's %2 bytes")
-                                   .arg(messageLength).arg(file.maxSize));
+                failed(result,
+                       QStringLiteral("the NDEF length %1 goes past the NDEF file's %2 bytes")
+                           .arg(messageLength)
+                           .arg(file.maxSize));
                 return false;
             }
             total = file.lengthSize + qint64(messageLength);
@@ -285,8 +297,9 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         answers << Apdu::statusText(sw);
     }
     if (version == 0) {
-        return notNdef(result, QStringLiteral("no NDEF application (the card answered %1)")
-                                   .arg(answers.join(QStringLiteral(", "))));
+        return notNdef(
+            result,
+            QStringLiteral("no NDEF application (the card answered %1)").arg(answers.join(QStringLiteral(", "))));
     }
 
     if (!selectFile(transport, result, CapabilityContainerFile, version, true))

@@ -23,7 +23,7 @@ bool portFree(int port)
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     if (fd < 0)
         return false;
-    sockaddr_in address{};
+    sockaddr_in address {};
     address.sin_family = AF_INET;
     address.sin_port = htons(quint16(port));
     address.sin_addr.s_addr = htonl(INADDR_ANY);
@@ -103,9 +103,11 @@ bool PrivatePcscd::prepare(QString* error)
         *error = QStringLiteral("pcscd is missing (Debian package pcscd)");
         return false;
     }
-    if (QStandardPaths::findExecutable(QStringLiteral("unshare")).isEmpty()) {
-        *error = QStringLiteral("unshare is missing (Debian package util-linux)");
-        return false;
+    for (const QString& tool : {QStringLiteral("unshare"), QStringLiteral("setpriv")}) {
+        if (QStandardPaths::findExecutable(tool).isEmpty()) {
+            *error = QStringLiteral("%1 is missing (Debian package util-linux)").arg(tool);
+            return false;
+        }
     }
     const QString driver = vpcdDriver();
     if (driver.isEmpty()) {
@@ -155,9 +157,10 @@ bool PrivatePcscd::start(QString* error)
 
     // In its own mount namespace pcscd's /run is the test's directory, and the USB drivers are hidden so
     // that it loads only the virtual readers of its configuration.
-    const QString script = QStringLiteral(
-        "mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers && exec pcscd -f -a -c \"$1/conf\"");
-    QStringList arguments;
+    const QString script = QStringLiteral("mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers "
+                                          "&& exec pcscd -f -a -c \"$1/conf\"");
+    // pcscd is killed when this process dies, however it dies (a test timeout, a crash).
+    QStringList arguments {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("unshare")};
     if (::geteuid() != 0)
         arguments << QStringLiteral("--map-root-user");
     arguments << QStringLiteral("--mount") << QStringLiteral("/bin/sh") << QStringLiteral("-c") << script
@@ -167,7 +170,7 @@ bool PrivatePcscd::start(QString* error)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("PATH"), QStringLiteral("/usr/sbin:/usr/bin:/sbin:/bin"));
     m_process->setProcessEnvironment(environment);
-    m_process->start(QStringLiteral("unshare"), arguments);
+    m_process->start(QStringLiteral("setpriv"), arguments);
     if (!m_process->waitForStarted(5000)) {
         *error = QStringLiteral("cannot start pcscd: %1").arg(m_process->errorString());
         m_process.reset();

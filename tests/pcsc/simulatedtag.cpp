@@ -27,7 +27,9 @@ bool SimulatedTag::transmit(const QByteArray& command, QByteArray* response, QSt
     return true;
 }
 
-SimulatedType2Tag::SimulatedType2Tag(const QByteArray& memory) : memory(memory) {}
+SimulatedType2Tag::SimulatedType2Tag(const QByteArray& memory) : memory(memory)
+{
+}
 
 QByteArray SimulatedType2Tag::answer(const QByteArray& command)
 {

@@ -50,7 +50,7 @@ public:
     SimulatedType4Tag(const QByteArray& capabilityContainer, const QByteArray& ndefFile, quint16 ndefFileId = 0xE104);
 
     // Which forms of the application's SELECT the card accepts (2: D2760000850101, 1: D2760000850100).
-    QList<int> applicationVersions{2, 1};
+    QList<int> applicationVersions {2, 1};
     bool hasApplication = true;
     QMap<quint16, QByteArray> files;
     // A READ BINARY that reaches past its file: false answers what there is with 6282, true refuses it

@@ -92,19 +92,20 @@ private Q_SLOTS:
                                  .arg(message.size()))
                      .size(),
                  1);
-        QCOMPARE(m_plugin->shownDialogs(), QStringList{QStringLiteral("NfcTagReadPermissionDialog")});
+        QCOMPARE(m_plugin->shownDialogs(), QStringList {QStringLiteral("NfcTagReadPermissionDialog")});
     }
 
     void aWebLinkTagDeclinedIsRejected()
     {
         startDaemonAndPlugin({QStringLiteral("--pcsc")}, Host::AnswerPresenter::Cancel);
-        VirtualTag tag(VirtualTag::type4(type4CapabilityContainer(0x20), type4NdefFile(uriMessage("example.com/t4", 0x03)),
+        VirtualTag tag(VirtualTag::type4(type4CapabilityContainer(0x20),
+                                         type4NdefFile(uriMessage("example.com/t4", 0x03)),
                                          QByteArray::fromHex("08123456")));
         touch(tag);
 
         QTRY_COMPARE_WITH_TIMEOUT(
-            daemonLines(QStringLiteral("reply DataDeliveryRequested\\(.*\\): com.orvan.nfc.UIAgent.Rejected")).size(), 1,
-            15000);
+            daemonLines(QStringLiteral("reply DataDeliveryRequested\\(.*\\): com.orvan.nfc.UIAgent.Rejected")).size(),
+            1, 15000);
     }
 
     void aTagWithoutNdefIsOnlyATouchThatCannotBeRead()
@@ -117,7 +118,8 @@ private Q_SLOTS:
                                   15000);
         QTest::qWait(1000);
         QCOMPARE(daemonLines(QStringLiteral("call DataDeliveryRequested")).size(), 0);
-        QCOMPARE(daemonLines(QStringLiteral("holds no NDEF message: the capability container is not NFC Forum")).size(), 1);
+        QCOMPARE(daemonLines(QStringLiteral("holds no NDEF message: the capability container is not NFC Forum")).size(),
+                 1);
     }
 
     void anEmptyTagIsDeliveredAsAnEmptyMessage()
@@ -126,10 +128,9 @@ private Q_SLOTS:
         VirtualTag tag(VirtualTag::type2(ultralight(QByteArray()), defaultUid()));
         touch(tag);
 
-        QTRY_COMPARE_WITH_TIMEOUT(daemonLines(QStringLiteral("call DataDeliveryRequested\\(0 handlers, %1, 0 bytes\\)$")
-                                                  .arg(Target))
-                                      .size(),
-                                  1, 15000);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            daemonLines(QStringLiteral("call DataDeliveryRequested\\(0 handlers, %1, 0 bytes\\)$").arg(Target)).size(),
+            1, 15000);
         QCOMPARE(daemonLines(QStringLiteral("call NotifyTouch\\(%1, 0\\)$").arg(Target)).size(), 1);
     }
 
@@ -139,8 +140,8 @@ private Q_SLOTS:
         VirtualTag tag(VirtualTag::type2(ntag216(messageOfSize(868)), defaultUid()));
         touch(tag);
 
-        QTRY_COMPARE_WITH_TIMEOUT(daemonLines(QStringLiteral("call DataDeliveryRequested\\(.*, 868 bytes\\)$")).size(), 1,
-                                  15000);
+        QTRY_COMPARE_WITH_TIMEOUT(daemonLines(QStringLiteral("call DataDeliveryRequested\\(.*, 868 bytes\\)$")).size(),
+                                  1, 15000);
         QTest::qWait(2500);
         QCOMPARE(daemonLines(QStringLiteral("call NotifyTouch")).size(), 1);
         QCOMPARE(daemonLines(QStringLiteral("call DataDeliveryRequested")).size(), 1);

@@ -47,7 +47,7 @@ private:
 };
 
 QRegularExpression LogCounter::s_pattern;
-std::atomic<int> LogCounter::s_count{0};
+std::atomic<int> LogCounter::s_count {0};
 QtMessageHandler LogCounter::s_previous = nullptr;
 
 } // namespace
@@ -221,7 +221,8 @@ void tst_PcscTagSource::reportsATagRemovedHalfwayAndReadsItWhenPutBack()
     const QByteArray message = messageOfSize(600);
     QJsonObject card = VirtualTag::type2(ntag216(message), defaultUid());
     card.insert(QStringLiteral("removeAfter"), 5);
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("reading tag 04A1B2C3D4E5F6 failed: reading page")));
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("reading tag 04A1B2C3D4E5F6 failed: reading page")));
     VirtualTag tag(card);
     touch(tag);
 
@@ -281,7 +282,7 @@ void tst_PcscTagSource::readsTwoReadersAtOnce()
 void tst_PcscTagSource::watchesTheReadersOfPcscd()
 {
     startSource();
-    QCOMPARE(m_source->readers(), (QStringList{m_pcscd.readerName(0), m_pcscd.readerName(1)}));
+    QCOMPARE(m_source->readers(), (QStringList {m_pcscd.readerName(0), m_pcscd.readerName(1)}));
     QVERIFY(m_source->isConnected());
 }
 

@@ -84,8 +84,7 @@ void tst_Type2Tag::readsTheNdefMessage_data()
     QTest::newRow("multi-record message on an NTAG215") << ntag215(multi) << multi;
     QTest::newRow("message over 255 bytes on an NTAG216 (3-byte length)") << ntag216(big) << big;
     QTest::newRow("message of 254 bytes keeps the 1-byte length") << ntag216(messageOfSize(254)) << messageOfSize(254);
-    QTest::newRow("message of 255 bytes takes the 3-byte length")
-        << ntag216(messageOfSize(255)) << messageOfSize(255);
+    QTest::newRow("message of 255 bytes takes the 3-byte length") << ntag216(messageOfSize(255)) << messageOfSize(255);
     QTest::newRow("empty NDEF message") << small(hex("0300FE")) << QByteArray();
     QTest::newRow("NULL TLVs before the NDEF TLV") << small(hex("000000") + ndefTlv(uri) + hex("FE")) << uri;
     QTest::newRow("proprietary TLV before the NDEF TLV is skipped")
@@ -113,7 +112,8 @@ void tst_Type2Tag::readsTheNdefMessage_data()
     // Lock and Memory Control TLVs on pages of 16 bytes: 2 lock bytes at 80, 16 reserved bytes at 96.
     {
         const QByteArray message = messageOfSize(120);
-        const QByteArray stream = lockControlTlv(80, 16, 4) + memoryControlTlv(96, 16, 4) + ndefTlv(message) + hex("FE");
+        const QByteArray stream =
+            lockControlTlv(80, 16, 4) + memoryControlTlv(96, 16, 4) + ndefTlv(message) + hex("FE");
         QTest::newRow("Lock and Memory Control TLVs one after the other")
             << type2Image(256, layOut(stream, {{80, 82}, {96, 112}})) << message;
     }
@@ -122,8 +122,7 @@ void tst_Type2Tag::readsTheNdefMessage_data()
         const QByteArray message = messageOfSize(90);
         const QByteArray stream =
             memoryControlTlv(48, 8) + memoryControlTlv(52, 8) + memoryControlTlv(16, 4) + ndefTlv(message) + hex("FE");
-        QTest::newRow("overlapping Memory Control areas")
-            << type2Image(256, layOut(stream, {{48, 60}})) << message;
+        QTest::newRow("overlapping Memory Control areas") << type2Image(256, layOut(stream, {{48, 60}})) << message;
     }
     // A message that runs across the dynamic lock bytes of a large tag.
     {
@@ -163,10 +162,10 @@ void tst_Type2Tag::refusesWhatIsNotNdef_data()
     const QByteArray tlvs = ndefTlv(uriMessage("example.com")) + hex("FE");
     QTest::newRow("blank capability container") << small(tlvs, hex("00000000")) << "not NFC Forum";
     QTest::newRow("capability container with another magic number") << small(tlvs, hex("E0100600")) << "not NFC Forum";
-    QTest::newRow("capability container of mapping version 2.0") << small(tlvs, hex("E1200600"))
-                                                                  << "mapping version 2.0";
-    QTest::newRow("capability container of mapping version 0.1") << small(tlvs, hex("E1010600"))
-                                                                  << "mapping version 0.1";
+    QTest::newRow("capability container of mapping version 2.0")
+        << small(tlvs, hex("E1200600")) << "mapping version 2.0";
+    QTest::newRow("capability container of mapping version 0.1")
+        << small(tlvs, hex("E1010600")) << "mapping version 0.1";
     QTest::newRow("capability container without a data area") << small(tlvs, hex("E1100000")) << "no data area";
     QTest::newRow("capability container denying reads") << small(tlvs, hex("E1100680")) << "denies read access";
     QTest::newRow("Terminator before any NDEF TLV") << small(hex("0000FE") + tlvs) << "before the Terminator";
@@ -201,8 +200,8 @@ void tst_Type2Tag::endsTheReadOnMalformedOrFailingTags_data()
         << small(hex("03FF0400") + uri) << -1 << 0 << "claims 1024 bytes";
     QTest::newRow("3-byte length cut off by the end of the data area")
         << type2Image(48, QByteArray(45, '\0') + hex("03FF01")) << -1 << 0 << "ends inside the length";
-    QTest::newRow("3-byte length with only its marker") << type2Image(48, QByteArray(46, '\0') + hex("03FF")) << -1 << 0
-                                                        << "ends inside the length";
+    QTest::newRow("3-byte length with only its marker")
+        << type2Image(48, QByteArray(46, '\0') + hex("03FF")) << -1 << 0 << "ends inside the length";
     QTest::newRow("1-byte length cut off by the end of the data area")
         << type2Image(48, QByteArray(47, '\0') + hex("03")) << -1 << 0 << "ends inside the length";
     QTest::newRow("Lock Control TLV length past the data area")
@@ -246,7 +245,7 @@ void tst_Type2Tag::readsTheCapabilityContainerAloneWhenTheMemoryEndsBeforeFourPa
 
     QCOMPARE(result.outcome, TagReadResult::Read);
     QCOMPARE(result.ndef, hex("D00000"));
-    QCOMPARE(tag.commands.mid(1), (QList<QByteArray>{hex("FFB0000310"), hex("FFB0000304"), hex("FFB0000408")}));
+    QCOMPARE(tag.commands.mid(1), (QList<QByteArray> {hex("FFB0000310"), hex("FFB0000304"), hex("FFB0000408")}));
 }
 
 void tst_Type2Tag::readsTheUidWithTheReadersGetDataCommand()
@@ -299,7 +298,7 @@ void tst_Type2Tag::readsNothingAfterTheNdefMessage()
     const TagReadResult result = TagReader::read(tag, ultralightAtr());
 
     QCOMPARE(result.ndef, message);
-    QCOMPARE(tag.reads, (QList<QPair<int, int>>{{12, 28}, {28, 44}}));
+    QCOMPARE(tag.reads, (QList<QPair<int, int>> {{12, 28}, {28, 44}}));
 }
 
 void tst_Type2Tag::countsTheApdusOfARead()

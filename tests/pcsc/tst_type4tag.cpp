@@ -70,7 +70,7 @@ void tst_Type4Tag::readsTheNdefMessage_data()
     QTest::newRow("file exactly as long as the message")
         << type4CapabilityContainer(0x80, 0xE104, 2 + uri.size()) << type4NdefFile(uri) << uri;
     QTest::newRow("mapping version 1.0") << type4CapabilityContainer(0xFF, 0xE104, 0x800, 0x00, 0x10)
-                                          << type4NdefFile(uri) << uri;
+                                         << type4NdefFile(uri) << uri;
     QTest::newRow("another NDEF file id") << type4CapabilityContainer(0xFF, 0x0001) << type4NdefFile(uri) << uri;
 }
 
@@ -103,23 +103,23 @@ void tst_Type4Tag::refusesWhatIsNotNdef_data()
     const QByteArray good = type4CapabilityContainer(0xFF);
     QTest::newRow("no NDEF application") << good << false << "no NDEF application (the card answered 6A82, 6A82)";
     QTest::newRow("mapping version 4.0") << type4CapabilityContainer(0xFF, 0xE104, 0x800, 0, 0x40) << true
-                                          << "mapping version 4.0";
+                                         << "mapping version 4.0";
     QTest::newRow("mapping version 0.9") << type4CapabilityContainer(0xFF, 0xE104, 0x800, 0, 0x09) << true
-                                          << "mapping version 0.9";
+                                         << "mapping version 0.9";
     QTest::newRow("CCLEN below 15") << QByteArray(hex("000E") + good.mid(2)) << true << "declares 14 bytes";
     QTest::newRow("capability container file of 10 bytes") << good.left(10) << true << "has 10 bytes";
     QTest::newRow("MLe of 0") << type4CapabilityContainer(0) << true << "reads of 0 bytes";
-    QTest::newRow("no NDEF File Control TLV") << QByteArray(good.left(7) + hex("0506") + good.mid(9)) << true
-                                              << "no NDEF File Control TLV";
-    QTest::newRow("NDEF File Control TLV too short") << QByteArray(good.left(7) + hex("0405") + good.mid(9)) << true
-                                                     << "no NDEF File Control TLV";
-    QTest::newRow("the capability container named as the NDEF file") << type4CapabilityContainer(0xFF, 0xE103) << true
-                                                                      << "names E103";
+    QTest::newRow("no NDEF File Control TLV")
+        << QByteArray(good.left(7) + hex("0506") + good.mid(9)) << true << "no NDEF File Control TLV";
+    QTest::newRow("NDEF File Control TLV too short")
+        << QByteArray(good.left(7) + hex("0405") + good.mid(9)) << true << "no NDEF File Control TLV";
+    QTest::newRow("the capability container named as the NDEF file")
+        << type4CapabilityContainer(0xFF, 0xE103) << true << "names E103";
     QTest::newRow("reserved file id FFFF") << type4CapabilityContainer(0xFF, 0xFFFF) << true << "names FFFF";
-    QTest::newRow("NDEF file smaller than its length field") << type4CapabilityContainer(0xFF, 0xE104, 1) << true
-                                                             << "gives the NDEF file 1 bytes";
-    QTest::newRow("NDEF file not readable") << type4CapabilityContainer(0xFF, 0xE104, 0x800, 0xFF) << true
-                                            << "not readable";
+    QTest::newRow("NDEF file smaller than its length field")
+        << type4CapabilityContainer(0xFF, 0xE104, 1) << true << "gives the NDEF file 1 bytes";
+    QTest::newRow("NDEF file not readable")
+        << type4CapabilityContainer(0xFF, 0xE104, 0x800, 0xFF) << true << "not readable";
 }
 
 void tst_Type4Tag::refusesWhatIsNotNdef()
@@ -155,8 +155,8 @@ void tst_Type4Tag::endsTheReadOnMalformedOrFailingTags_data()
         << cc << QByteArray(hex("00F0") + message) << true << -1 << 0 << "the card answered 6700";
     QTest::newRow("NDEF file of one byte") << cc << hex("00") << false << -1 << 0 << "the card answered 6B00";
     QTest::newRow("tag removed halfway") << cc << type4NdefFile(message) << false << 7 << 0 << "Card was removed";
-    QTest::newRow("tag removed while selecting") << cc << type4NdefFile(message) << false << 1 << 0
-                                                 << "selecting the NDEF application: Card was removed";
+    QTest::newRow("tag removed while selecting")
+        << cc << type4NdefFile(message) << false << 1 << 0 << "selecting the NDEF application: Card was removed";
     QTest::newRow("card answering errors to READ BINARY")
         << cc << type4NdefFile(message) << false << -1 << 0x6F00 << "the card answered 6F00";
 }
@@ -217,7 +217,7 @@ void tst_Type4Tag::readsInChunksNoLargerThanTheCardAllows()
 
     QCOMPARE(result.ndef, message);
     // 102 bytes of file in reads of 32: 0-32, 32-64, 64-96, 96-102.
-    QCOMPARE(tag.reads.value(0xE104), (QList<QPair<int, int>>{{0, 32}, {32, 64}, {64, 96}, {96, 102}}));
+    QCOMPARE(tag.reads.value(0xE104), (QList<QPair<int, int>> {{0, 32}, {32, 64}, {64, 96}, {96, 102}}));
     QCOMPARE(result.apdus, 1 + 1 + 1 + 1 + 1 + 4);
 }
 
@@ -231,14 +231,14 @@ void tst_Type4Tag::readsTheLengthAloneWhenTheCardRefusesALongerFirstRead()
 
     QCOMPARE(result.outcome, TagReadResult::Read);
     QCOMPARE(result.ndef, message);
-    QCOMPARE(tag.reads.value(0xE104), (QList<QPair<int, int>>{{0, 2}, {2, 2 + int(message.size())}}));
+    QCOMPARE(tag.reads.value(0xE104), (QList<QPair<int, int>> {{0, 2}, {2, 2 + int(message.size())}}));
 }
 
 void tst_Type4Tag::readsAnExtendedNdefFileControlTlv()
 {
     const QByteArray message = messageOfSize(300);
-    QByteArray cc = hex("0011") + hex("30") + hex("00FF") + hex("00FF") + hex("0608") + hex("E104")
-        + hex("00001000") + hex("00") + hex("00");
+    QByteArray cc = hex("0011") + hex("30") + hex("00FF") + hex("00FF") + hex("0608") + hex("E104") + hex("00001000")
+        + hex("00") + hex("00");
     QByteArray file = hex("0000012C") + message;
     SimulatedType4Tag tag(cc, file);
 

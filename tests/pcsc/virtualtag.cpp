@@ -7,7 +7,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
-VirtualTag::VirtualTag(const QJsonObject& card) : m_card(card) {}
+VirtualTag::VirtualTag(const QJsonObject& card) : m_card(card)
+{
+}
 
 VirtualTag::~VirtualTag()
 {
@@ -22,22 +24,22 @@ VirtualTag::~VirtualTag()
 
 QJsonObject VirtualTag::type2(const QByteArray& memory, const QByteArray& uid)
 {
-    return QJsonObject{{QStringLiteral("type"), 2},
-                       {QStringLiteral("atr"), QString::fromLatin1(TagImages::ultralightAtr().toHex())},
-                       {QStringLiteral("uid"), QString::fromLatin1(uid.toHex())},
-                       {QStringLiteral("memory"), QString::fromLatin1(memory.toHex())}};
+    return QJsonObject {{QStringLiteral("type"), 2},
+                        {QStringLiteral("atr"), QString::fromLatin1(TagImages::ultralightAtr().toHex())},
+                        {QStringLiteral("uid"), QString::fromLatin1(uid.toHex())},
+                        {QStringLiteral("memory"), QString::fromLatin1(memory.toHex())}};
 }
 
 QJsonObject VirtualTag::type4(const QByteArray& capabilityContainer, const QByteArray& ndefFile, const QByteArray& uid,
                               quint16 ndefFileId)
 {
-    QJsonObject files{
-        {QStringLiteral("E103"), QString::fromLatin1(capabilityContainer.toHex())},
-        {QStringLiteral("%1").arg(ndefFileId, 4, 16, QLatin1Char('0')).toUpper(), QString::fromLatin1(ndefFile.toHex())}};
-    return QJsonObject{{QStringLiteral("type"), 4},
-                       {QStringLiteral("atr"), QString::fromLatin1(TagImages::type4Atr().toHex())},
-                       {QStringLiteral("uid"), QString::fromLatin1(uid.toHex())},
-                       {QStringLiteral("files"), files}};
+    QJsonObject files {{QStringLiteral("E103"), QString::fromLatin1(capabilityContainer.toHex())},
+                       {QStringLiteral("%1").arg(ndefFileId, 4, 16, QLatin1Char('0')).toUpper(),
+                        QString::fromLatin1(ndefFile.toHex())}};
+    return QJsonObject {{QStringLiteral("type"), 4},
+                        {QStringLiteral("atr"), QString::fromLatin1(TagImages::type4Atr().toHex())},
+                        {QStringLiteral("uid"), QString::fromLatin1(uid.toHex())},
+                        {QStringLiteral("files"), files}};
 }
 
 bool VirtualTag::putOn(int port, QString* error)
@@ -49,9 +51,10 @@ bool VirtualTag::putOn(int port, QString* error)
     }
     m_process.reset(new QProcess);
     m_process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_process->start(python, {QStringLiteral(NFCUI_PCSC_TAG_EMULATOR), QStringLiteral("--port"), QString::number(port),
-                              QStringLiteral("--card"),
-                              QString::fromUtf8(QJsonDocument(m_card).toJson(QJsonDocument::Compact))});
+    m_process->start(python,
+                     {QStringLiteral(NFCUI_PCSC_TAG_EMULATOR), QStringLiteral("--port"), QString::number(port),
+                      QStringLiteral("--card"),
+                      QString::fromUtf8(QJsonDocument(m_card).toJson(QJsonDocument::Compact))});
     if (!m_process->waitForStarted(5000)) {
         *error = QStringLiteral("cannot start the tag emulation: %1").arg(m_process->errorString());
         return false;

@@ -9,8 +9,7 @@
 #include <QVariantMap>
 
 HostedPlugin::HostedPlugin(Host::AnswerPresenter::Answer answer)
-    : m_server(std::make_unique<Host::DialogServer>()),
-      m_presenter(std::make_unique<Host::AnswerPresenter>(answer))
+    : m_server(std::make_unique<Host::DialogServer>()), m_presenter(std::make_unique<Host::AnswerPresenter>(answer))
 {
     m_server->addPresenter(m_presenter.get());
     QObject::connect(m_server.get(), &Host::DialogServer::dialogShown, m_server.get(),

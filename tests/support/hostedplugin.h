@@ -11,7 +11,7 @@
 namespace Host {
 class DialogServer;
 class PluginLoader;
-}
+} // namespace Host
 
 // The built plugin loaded through its two entry points into a dialog server whose presenter answers
 // every dialog at once with one answer. Records the class of every dialog shown, in order.

@@ -177,8 +177,7 @@ QByteArray type4Atr()
     return QByteArray::fromHex("3B8880010000000000718100F9");
 }
 
-QByteArray type4CapabilityContainer(int maxRead, quint16 ndefFileId, int maxNdefSize, quint8 readAccess,
-                                    quint8 version)
+QByteArray type4CapabilityContainer(int maxRead, quint16 ndefFileId, int maxNdefSize, quint8 readAccess, quint8 version)
 {
     QByteArray cc = QByteArray::fromHex("000F");
     cc.append(char(version));

@@ -96,7 +96,8 @@ void type4(quint8 options, const QByteArray& capabilityContainer, const QByteArr
     if (result.outcome == TagReadResult::Read) {
         // The message follows its 2-byte length (or 4-byte, in the extended form).
         FUZZ_CHECK(ndefFile.size() >= 2 + result.ndef.size());
-        FUZZ_CHECK(ndefFile.mid(2, result.ndef.size()) == result.ndef || ndefFile.mid(4, result.ndef.size()) == result.ndef);
+        FUZZ_CHECK(ndefFile.mid(2, result.ndef.size()) == result.ndef
+                   || ndefFile.mid(4, result.ndef.size()) == result.ndef);
     }
 }
 
