@@ -16,12 +16,7 @@
 
 namespace {
 
-using NdefHeader::MessageBegin;
-using NdefHeader::MessageEnd;
-using NdefHeader::ChunkFlag;
-using NdefHeader::ShortRecord;
-using NdefHeader::IdLength;
-using NdefHeader::TnfMask;
+using namespace NdefHeader;
 
 struct Span
 {

@@ -6,12 +6,7 @@ namespace NdefWriter {
 
 namespace {
 
-using NdefHeader::MessageBegin;
-using NdefHeader::MessageEnd;
-using NdefHeader::ChunkFlag;
-using NdefHeader::ShortRecord;
-using NdefHeader::IdLength;
-using NdefHeader::TnfMask;
+using namespace NdefHeader;
 
 const int wellKnownTnf = 1;
 const int mimeTnf = 2;

@@ -8,32 +8,20 @@
 #include <cstdint>
 #include <memory>
 
-#include "fakeplatform.h"
 #include "fuzzcheck.h"
-#include "fuzzenvironment.h"
 #include "ndefmessage.h"
 #include "ndefrecord.h"
 #include "ndefrecordhandler.h"
+#include "pluginfuzzing.h"
 #include "textndefrecord.h"
 
 using ConnUi::NdefRecordHandler;
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
+void fuzzPluginInput(quint8 options, const QByteArray& bytes)
 {
-    initializeFuzzEnvironment(argc, argv);
-    FakePlatform::reset();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
-{
-    if (size < 1 || size > (1 << 20))
-        return 0;
-    const uint8_t options = data[0];
-    const QByteArray bytes(reinterpret_cast<const char*>(data + 1), int(size - 1));
     std::unique_ptr<NDEFMessage> message(NDEFMessage::createFromData(bytes));
     if (!message)
-        return 0;
+        return;
 
     QList<const TextNDEFRecord*> texts;
     for (const NDEFRecord* record : message->getRecords()) {
@@ -69,5 +57,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     // The data files of this input go now, not 20 seconds later.
     NdefRecordHandler::removePendingDataFiles();
     FakePlatform::clearCalls();
-    return 0;
 }

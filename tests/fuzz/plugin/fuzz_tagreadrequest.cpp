@@ -13,30 +13,18 @@
 
 #include "dialog.h"
 #include "fakedialogserver.h"
-#include "fakeplatform.h"
 #include "fuzzcheck.h"
-#include "fuzzenvironment.h"
 #include "ndefmessagehandler.h"
 #include "ndefrecordhandler.h"
 #include "nfcagenttagreadrequest.h"
+#include "pluginfuzzing.h"
 
 using ConnUi::Dialog;
 using ConnUi::NdefMessageHandler;
 using ConnUi::NfcAgentTagReadRequest;
 
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
+void fuzzPluginInput(quint8 options, const QByteArray& bytes)
 {
-    initializeFuzzEnvironment(argc, argv);
-    FakePlatform::reset();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
-{
-    if (size < 1 || size > (1 << 20))
-        return 0;
-    const uint8_t options = data[0];
-    const QByteArray bytes(reinterpret_cast<const char*>(data + 1), int(size - 1));
     {
         FakeDialogServer server;
         auto* request = new NfcAgentTagReadRequest(&server, QDBusObjectPath("/tag/1"), bytes);
@@ -62,5 +50,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     }
     ConnUi::NdefRecordHandler::removePendingDataFiles();
     FakePlatform::clearCalls();
-    return 0;
 }
