@@ -5,23 +5,12 @@
 #include "adapteradaptor.h"
 
 AdapterObject::AdapterObject(NfcDaemon* daemon)
-    : QObject(daemon), m_daemon(daemon)
+    : DaemonBusObject(daemon, daemon->adapterPath().path())
 {
     new AdapterAdaptor(this);
     connect(daemon, &NfcDaemon::confirmationEnabledChanged, this, [this](bool enabled) {
         Q_EMIT PropertyChanged(QLatin1String(Nfcd::ConfirmationEnabledProperty), QDBusVariant(enabled));
     });
-}
-
-bool AdapterObject::exportOn(QDBusConnection bus)
-{
-    return bus.registerObject(m_daemon->adapterPath().path(), this);
-}
-
-void AdapterObject::answer(const QDBusError& error)
-{
-    if (error.isValid())
-        sendErrorReply(error.name(), error.message());
 }
 
 void AdapterObject::RegisterUIAgent(const QDBusObjectPath& agent)

@@ -1,22 +1,21 @@
 #ifndef NFCUI_ADAPTEROBJECT_H
 #define NFCUI_ADAPTEROBJECT_H
 
-#include <QDBusContext>
+#include "daemonbusobject.h"
+
 #include <QDBusObjectPath>
 #include <QDBusVariant>
-#include <QObject>
 #include <QVariantMap>
 
 class NfcDaemon;
 
 // The daemon's one adapter, com.orvan.nfc.Adapter at /com/orvan/nfc/adapter0: the UI agent's
 // registration and the adapter's properties. The generated adaptor calls these slots.
-class AdapterObject : public QObject, protected QDBusContext
+class AdapterObject : public DaemonBusObject
 {
     Q_OBJECT
 public:
     explicit AdapterObject(NfcDaemon* daemon);
-    bool exportOn(QDBusConnection bus);
 
 public Q_SLOTS:
     void RegisterUIAgent(const QDBusObjectPath& agent);
@@ -26,10 +25,6 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void PropertyChanged(const QString& name, const QDBusVariant& value);
-
-private:
-    void answer(const QDBusError& error);
-    NfcDaemon* const m_daemon;
 };
 
 #endif

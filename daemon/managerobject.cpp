@@ -5,20 +5,9 @@
 #include "manageradaptor.h"
 
 ManagerObject::ManagerObject(NfcDaemon* daemon)
-    : QObject(daemon), m_daemon(daemon)
+    : DaemonBusObject(daemon, QLatin1String(Nfcd::ManagerPath))
 {
     new ManagerAdaptor(this);
-}
-
-bool ManagerObject::exportOn(QDBusConnection bus)
-{
-    return bus.registerObject(QLatin1String(Nfcd::ManagerPath), this);
-}
-
-void ManagerObject::answer(const QDBusError& error)
-{
-    if (error.isValid())
-        sendErrorReply(error.name(), error.message());
 }
 
 QDBusObjectPath ManagerObject::DefaultAdapter()

@@ -1,20 +1,19 @@
 #ifndef NFCUI_MANAGEROBJECT_H
 #define NFCUI_MANAGEROBJECT_H
 
-#include <QDBusContext>
+#include "daemonbusobject.h"
+
 #include <QDBusObjectPath>
-#include <QObject>
 
 class NfcDaemon;
 
 // The daemon's com.orvan.nfc.Manager at "/": the default adapter and the applications registered for
 // NDEF data. The generated adaptor calls these slots.
-class ManagerObject : public QObject, protected QDBusContext
+class ManagerObject : public DaemonBusObject
 {
     Q_OBJECT
 public:
     explicit ManagerObject(NfcDaemon* daemon);
-    bool exportOn(QDBusConnection bus);
 
 public Q_SLOTS:
     QDBusObjectPath DefaultAdapter();
@@ -25,10 +24,6 @@ public Q_SLOTS:
 Q_SIGNALS:
     void AdapterAdded(const QDBusObjectPath& adapter);
     void AdapterRemoved(const QDBusObjectPath& adapter);
-
-private:
-    void answer(const QDBusError& error);
-    NfcDaemon* const m_daemon;
 };
 
 #endif

@@ -331,25 +331,27 @@ void NfcDaemon::requestPairing(const QString& address, const QString& name, uint
 
 void NfcDaemon::requestConnection(const QString& address, const QString& name, uint classOfDevice, const Done& done)
 {
-    if (refuseWithoutAgent("connection asked", done))
-        return;
-    const QDBusObjectPath target = nextTarget("device");
-    callAgent(QStringLiteral("BtConnectionRequested(%1, %2, \"%3\", 0x%4)")
-                  .arg(target.path(), address, name)
-                  .arg(classOfDevice, 6, 16, QLatin1Char('0')),
-              m_agentProxy->BtConnectionRequested(target, address, name, classOfDevice), target, done);
+    requestDeviceChange(&NfcdUIAgentProxy::BtConnectionRequested, "BtConnectionRequested", "connection asked", address,
+                        name, classOfDevice, done);
 }
 
 void NfcDaemon::requestDisconnection(const QString& address, const QString& name, uint classOfDevice,
                                      const Done& done)
 {
-    if (refuseWithoutAgent("disconnection asked", done))
+    requestDeviceChange(&NfcdUIAgentProxy::BtDisconnectionRequested, "BtDisconnectionRequested",
+                        "disconnection asked", address, name, classOfDevice, done);
+}
+
+void NfcDaemon::requestDeviceChange(DeviceCall call, const char* method, const char* what, const QString& address,
+                                    const QString& name, uint classOfDevice, const Done& done)
+{
+    if (refuseWithoutAgent(what, done))
         return;
     const QDBusObjectPath target = nextTarget("device");
-    callAgent(QStringLiteral("BtDisconnectionRequested(%1, %2, \"%3\", 0x%4)")
-                  .arg(target.path(), address, name)
+    callAgent(QStringLiteral("%1(%2, %3, \"%4\", 0x%5)")
+                  .arg(QLatin1String(method), target.path(), address, name)
                   .arg(classOfDevice, 6, 16, QLatin1Char('0')),
-              m_agentProxy->BtDisconnectionRequested(target, address, name, classOfDevice), target, done);
+              (m_agentProxy.get()->*call)(target, address, name, classOfDevice), target, done);
 }
 
 void NfcDaemon::requestSharingPermission(const QString& carrier, const QVariant& info, const QStringList& resources,

@@ -6,6 +6,7 @@
 #include <QDBusError>
 #include <QDBusObjectPath>
 #include <QDBusPendingCall>
+#include <QDBusPendingReply>
 #include <QList>
 #include <QObject>
 #include <QPointer>
@@ -110,7 +111,13 @@ private:
     };
     enum Slot { NoSlot, TagReadSlot, PairingSlot };
 
+    // A connection or disconnection call of the agent, which share their arguments.
+    using DeviceCall = QDBusPendingReply<> (NfcdUIAgentProxy::*)(const QDBusObjectPath&, const QString&,
+                                                                 const QString&, uint);
+
     QDBusObjectPath nextTarget(const char* kind);
+    void requestDeviceChange(DeviceCall call, const char* method, const char* what, const QString& address,
+                             const QString& name, uint classOfDevice, const Done& done);
     QDBusPendingCallWatcher* callAgent(const QString& description, const QDBusPendingCall& call,
                                        const QDBusObjectPath& target, const Done& done, Slot slot = NoSlot);
     void supersede(Slot slot);

@@ -17,6 +17,12 @@ QByteArray body(const QByteArray& response)
     return response.size() < 2 ? QByteArray() : response.left(response.size() - 2);
 }
 
+QByteArray readBinaryCommand(quint8 cla, quint16 address, int length)
+{
+    const char bytes[] = {char(cla), char(0xB0), char(address >> 8), char(address & 0xFF), char(length)};
+    return QByteArray(bytes, int(sizeof bytes));
+}
+
 QString statusText(quint16 statusWord)
 {
     return QStringLiteral("%1").arg(statusWord, 4, 16, QLatin1Char('0')).toUpper();
@@ -33,8 +39,7 @@ bool exchange(ApduTransport& transport, const QByteArray& command, const QString
     QString error;
     ++result.apdus;
     if (!transport.transmit(command, response, &error)) {
-        result.outcome = TagReadResult::Failed;
-        result.reason = QStringLiteral("%1: %2").arg(what, error);
+        result.setFailed(QStringLiteral("%1: %2").arg(what, error));
         return false;
     }
     const quint16 sw = statusWord(*response);
@@ -43,8 +48,7 @@ bool exchange(ApduTransport& transport, const QByteArray& command, const QString
         retry[retry.size() - 1] = char(sw & 0xFF);
         ++result.apdus;
         if (!transport.transmit(retry, response, &error)) {
-            result.outcome = TagReadResult::Failed;
-            result.reason = QStringLiteral("%1: %2").arg(what, error);
+            result.setFailed(QStringLiteral("%1: %2").arg(what, error));
             return false;
         }
     }

@@ -11,6 +11,11 @@ struct TagReadResult;
 namespace Apdu {
 
 constexpr quint16 Success = 0x9000;
+constexpr quint16 EndOfFileWarning = 0x6282; // fewer bytes than asked: the end of the file came first
+
+// A command that reads `length` bytes (0 to 255) from `address` on: CLA B0 P1 P2 Le, the address in P1
+// and P2. ISO 7816 READ BINARY has CLA 00; PC/SC readers take CLA FF for their own memory-card read.
+QByteArray readBinaryCommand(quint8 cla, quint16 address, int length);
 
 // The status word at the end of a response; 0 when the response is too short to hold one.
 quint16 statusWord(const QByteArray& response);

@@ -33,8 +33,7 @@ void readContent(ApduTransport& transport, const QByteArray& atr, TagReadResult&
         Type4Tag::readNdef(transport, result);
         break;
     case TagType::Unsupported:
-        result.outcome = TagReadResult::NotNdef;
-        result.reason = QStringLiteral("%1 is not an NFC Forum Type 2 or Type 4 tag").arg(type.name);
+        result.setNotNdef(QStringLiteral("%1 is not an NFC Forum Type 2 or Type 4 tag").arg(type.name));
         break;
     }
 }

@@ -18,6 +18,25 @@ struct TagReadResult
     QByteArray ndef; // the NDEF message, when outcome is Read
     QString reason; // why, when outcome is NotNdef or Failed
     int apdus = 0; // command APDUs sent, including the one for the UID
+
+    // The three ends of a read; each sets the outcome together with what goes with it, so that no
+    // reader leaves a stale reason behind a message or a message behind a reason.
+    void setRead(const QByteArray& message)
+    {
+        outcome = Read;
+        ndef = message;
+        reason.clear();
+    }
+    void setNotNdef(const QString& why)
+    {
+        outcome = NotNdef;
+        reason = why;
+    }
+    void setFailed(const QString& why)
+    {
+        outcome = Failed;
+        reason = why;
+    }
 };
 
 #endif

@@ -14,11 +14,14 @@ constexpr int CapabilityPage = 3;
 constexpr int DataAreaStart = 16;
 constexpr int MaxReadSize = 16;
 
-constexpr quint8 NullTlv = 0x00;
-constexpr quint8 LockControlTlv = 0x01;
-constexpr quint8 MemoryControlTlv = 0x02;
-constexpr quint8 NdefTlv = 0x03;
-constexpr quint8 TerminatorTlv = 0xFE;
+// The TLV types of the data area, valued by their type byte: 00 to 03 in this order, then FE.
+enum TlvType : quint8 {
+    NullTlv,
+    LockControlTlv,
+    MemoryControlTlv,
+    NdefTlv,
+    TerminatorTlv = 0xFE
+};
 
 // The tag's memory up to the end of the data area, fetched on demand. Each fetch reads from the page of
 // the first byte still missing, as many bytes as the reader may give (16) without going past the data
@@ -141,9 +144,8 @@ private:
         for (int i = 0; i < usable; ++i)
             m_bytes[size_t(page * PageSize + i)] = quint8(data.at(i));
         if (usable <= address - page * PageSize) {
-            m_result.outcome = TagReadResult::Failed;
-            m_result.reason =
-                QStringLiteral("reading page %1: %2 bytes instead of %3").arg(page).arg(data.size()).arg(length);
+            m_result.setFailed(
+                QStringLiteral("reading page %1: %2 bytes instead of %3").arg(page).arg(data.size()).arg(length));
             return false;
         }
         return true;
@@ -163,14 +165,12 @@ private:
     {
         const quint16 sw = Apdu::statusWord(response);
         if (sw != Apdu::Success) {
-            m_result.outcome = TagReadResult::Failed;
-            m_result.reason = QStringLiteral("%1: the card answered %2").arg(what, Apdu::statusText(sw));
+            m_result.setFailed(QStringLiteral("%1: the card answered %2").arg(what, Apdu::statusText(sw)));
             return false;
         }
         *data = Apdu::body(response);
         if (data->size() < PageSize) {
-            m_result.outcome = TagReadResult::Failed;
-            m_result.reason = QStringLiteral("%1: %2 bytes instead of %3").arg(what).arg(data->size()).arg(length);
+            m_result.setFailed(QStringLiteral("%1: %2 bytes instead of %3").arg(what).arg(data->size()).arg(length));
             return false;
         }
         return true;
@@ -183,18 +183,6 @@ private:
     std::vector<std::pair<int, int>> m_reserved;
     int m_end = DataAreaStart;
 };
-
-void notNdef(TagReadResult& result, const QString& reason)
-{
-    result.outcome = TagReadResult::NotNdef;
-    result.reason = reason;
-}
-
-void failed(TagReadResult& result, const QString& reason)
-{
-    result.outcome = TagReadResult::Failed;
-    result.reason = reason;
-}
 
 // The byte address a Lock Control or Memory Control TLV points at: its position byte holds the page
 // (high nibble) and the byte in it (low nibble), with pages of 2^n bytes, n from the low nibble of the
@@ -210,13 +198,7 @@ namespace Type2Tag {
 
 QByteArray readCommand(int page, int length)
 {
-    QByteArray command(5, '\0');
-    command[0] = char(0xFF);
-    command[1] = char(0xB0);
-    command[2] = char((page >> 8) & 0xFF);
-    command[3] = char(page & 0xFF);
-    command[4] = char(length);
-    return command;
+    return Apdu::readBinaryCommand(0xFF, quint16(page), length);
 }
 
 void readNdef(ApduTransport& transport, TagReadResult& result)
@@ -231,17 +213,16 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
     const quint8 size = quint8(cc.at(2));
     const quint8 access = quint8(cc.at(3));
     if (magic != 0xE1)
-        return notNdef(result, QStringLiteral("the capability container is not NFC Forum (%1)").arg(Apdu::hex(cc)));
+        return result.setNotNdef(QStringLiteral("the capability container is not NFC Forum (%1)").arg(Apdu::hex(cc)));
     if ((version >> 4) != 1) {
-        return notNdef(result,
-                       QStringLiteral("the capability container has mapping version %1.%2, not 1.x")
-                           .arg(version >> 4)
-                           .arg(version & 0x0F));
+        return result.setNotNdef(QStringLiteral("the capability container has mapping version %1.%2, not 1.x")
+                                     .arg(version >> 4)
+                                     .arg(version & 0x0F));
     }
     if (size == 0)
-        return notNdef(result, QStringLiteral("the capability container declares no data area"));
+        return result.setNotNdef(QStringLiteral("the capability container declares no data area"));
     if ((access >> 4) != 0)
-        return notNdef(result, QStringLiteral("the capability container denies read access (%1)").arg(Apdu::hex(cc)));
+        return result.setNotNdef(QStringLiteral("the capability container denies read access (%1)").arg(Apdu::hex(cc)));
 
     memory.setEnd(DataAreaStart + size * 8);
     int address = DataAreaStart;
@@ -252,10 +233,9 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         if (memory.next(&address, byte, &readFailed))
             return true;
         if (!readFailed) {
-            failed(result,
-                   QStringLiteral("the data area ends inside %1TLV %2")
-                       .arg(inLength ? QStringLiteral("the length of ") : QString(),
-                            Apdu::hex(QByteArray(1, char(type)))));
+            result.setFailed(QStringLiteral("the data area ends inside %1TLV %2")
+                                 .arg(inLength ? QStringLiteral("the length of ") : QString(),
+                                      Apdu::hex(QByteArray(1, char(type)))));
         }
         return false;
     };
@@ -264,13 +244,13 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         quint8 type;
         if (!memory.next(&address, &type, &readFailed)) {
             if (!readFailed)
-                notNdef(result, QStringLiteral("no NDEF TLV in the data area"));
+                result.setNotNdef(QStringLiteral("no NDEF TLV in the data area"));
             return;
         }
         if (type == NullTlv)
             continue;
         if (type == TerminatorTlv)
-            return notNdef(result, QStringLiteral("no NDEF TLV before the Terminator TLV"));
+            return result.setNotNdef(QStringLiteral("no NDEF TLV before the Terminator TLV"));
 
         quint8 first;
         if (!nextByte(&first, type, true))
@@ -285,11 +265,10 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
 
         const int available = memory.available(address);
         if (length > available) {
-            return failed(result,
-                          QStringLiteral("TLV %1 claims %2 bytes, the data area has %3 left")
-                              .arg(Apdu::hex(QByteArray(1, char(type))))
-                              .arg(length)
-                              .arg(available));
+            return result.setFailed(QStringLiteral("TLV %1 claims %2 bytes, the data area has %3 left")
+                                        .arg(Apdu::hex(QByteArray(1, char(type))))
+                                        .arg(length)
+                                        .arg(available));
         }
 
         QByteArray value;
@@ -307,9 +286,7 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
         }
 
         if (type == NdefTlv) {
-            result.outcome = TagReadResult::Read;
-            result.ndef = value;
-            result.reason.clear();
+            result.setRead(value);
             return;
         }
         if (value.size() == 3) {

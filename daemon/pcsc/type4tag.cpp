@@ -9,26 +9,10 @@
 namespace {
 
 constexpr quint16 CapabilityContainerFile = 0xE103;
-constexpr quint16 EndOfFileWarning = 0x6282; // fewer bytes than asked: the end of the file came first
 constexpr int CapabilityContainerSize = 15;
 constexpr int ExtendedCapabilityContainerSize = 17;
 constexpr int MaxShortLe = 255;
 constexpr int MaxShortOffset = 0x7FFF;
-
-constexpr quint8 NdefFileControlTlv = 0x04;
-constexpr quint8 ExtendedNdefFileControlTlv = 0x06;
-
-void notNdef(TagReadResult& result, const QString& reason)
-{
-    result.outcome = TagReadResult::NotNdef;
-    result.reason = reason;
-}
-
-void failed(TagReadResult& result, const QString& reason)
-{
-    result.outcome = TagReadResult::Failed;
-    result.reason = reason;
-}
 
 quint32 bigEndian(const QByteArray& bytes, int offset, int size)
 {
@@ -43,9 +27,15 @@ QString fileText(quint16 fileId)
     return QStringLiteral("%1").arg(fileId, 4, 16, QLatin1Char('0')).toUpper();
 }
 
+// A SELECT succeeded: 9000, or 61xx (more answer data waiting).
+bool selected(quint16 sw)
+{
+    return (sw & 0xFF00) == 0x9000 || (sw & 0xFF00) == 0x6100;
+}
+
 bool readSucceeded(quint16 sw)
 {
-    return sw == Apdu::Success || sw == EndOfFileWarning;
+    return sw == Apdu::Success || sw == Apdu::EndOfFileWarning;
 }
 
 // READ BINARY; false with the result set when the command failed or the card answered an error. An
@@ -74,6 +64,12 @@ bool validFileId(quint16 id)
     return id != 0x0000 && id != 0xE102 && id != 0xE103 && id != 0x3F00 && id != 0x3FFF && id != 0xFFFF;
 }
 
+// The TLVs of the capability container that describe the NDEF file.
+enum FileControlTlv : quint8 {
+    NdefFileControlTlv = 0x04,
+    ExtendedNdefFileControlTlv = 0x06
+};
+
 // Reads and checks the capability container file (already selected).
 bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, NdefFile* file)
 {
@@ -83,15 +79,14 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
                     &cc, &sw))
         return false;
     if (!readSucceeded(sw)) {
-        failed(result,
-               QStringLiteral("reading the capability container: the card answered %1").arg(Apdu::statusText(sw)));
+        result.setFailed(
+            QStringLiteral("reading the capability container: the card answered %1").arg(Apdu::statusText(sw)));
         return false;
     }
     if (cc.size() < CapabilityContainerSize) {
-        notNdef(result,
-                QStringLiteral("the capability container has %1 bytes, fewer than %2")
-                    .arg(cc.size())
-                    .arg(CapabilityContainerSize));
+        result.setNotNdef(QStringLiteral("the capability container has %1 bytes, fewer than %2")
+                              .arg(cc.size())
+                              .arg(CapabilityContainerSize));
         return false;
     }
     const quint32 ccLength = bigEndian(cc, 0, 2);
@@ -100,20 +95,18 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
     const quint8 tlvType = quint8(cc.at(7));
     const quint8 tlvLength = quint8(cc.at(8));
     if (ccLength < CapabilityContainerSize) {
-        notNdef(result,
-                QStringLiteral("the capability container declares %1 bytes, fewer than %2")
-                    .arg(ccLength)
-                    .arg(CapabilityContainerSize));
+        result.setNotNdef(QStringLiteral("the capability container declares %1 bytes, fewer than %2")
+                              .arg(ccLength)
+                              .arg(CapabilityContainerSize));
         return false;
     }
     if ((version >> 4) < 1 || (version >> 4) > 3) {
-        notNdef(
-            result,
+        result.setNotNdef(
             QStringLiteral("the capability container has mapping version %1.%2").arg(version >> 4).arg(version & 0x0F));
         return false;
     }
     if (maxRead == 0) {
-        notNdef(result, QStringLiteral("the capability container allows reads of 0 bytes"));
+        result.setNotNdef(QStringLiteral("the capability container allows reads of 0 bytes"));
         return false;
     }
 
@@ -125,7 +118,7 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
         readAccess = quint8(cc.at(13));
     } else if (tlvType == ExtendedNdefFileControlTlv && tlvLength >= 8) {
         if (ccLength < ExtendedCapabilityContainerSize) {
-            notNdef(result, QStringLiteral("the capability container ends inside its NDEF File Control TLV"));
+            result.setNotNdef(QStringLiteral("the capability container ends inside its NDEF File Control TLV"));
             return false;
         }
         QByteArray rest;
@@ -133,10 +126,9 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
                         QStringLiteral("reading the capability container"), result, &rest, &sw))
             return false;
         if (!readSucceeded(sw) || rest.size() < ExtendedCapabilityContainerSize - CapabilityContainerSize) {
-            failed(result,
-                   QStringLiteral("reading the capability container: the card answered %1 with %2 bytes")
-                       .arg(Apdu::statusText(sw))
-                       .arg(rest.size()));
+            result.setFailed(QStringLiteral("reading the capability container: the card answered %1 with %2 bytes")
+                                 .arg(Apdu::statusText(sw))
+                                 .arg(rest.size()));
             return false;
         }
         cc += rest;
@@ -145,24 +137,22 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
         file->lengthSize = 4;
         readAccess = quint8(cc.at(15));
     } else {
-        notNdef(result,
-                QStringLiteral("the capability container has no NDEF File Control TLV (TLV %1, length %2)")
-                    .arg(Apdu::hex(QByteArray(1, char(tlvType))))
-                    .arg(tlvLength));
+        result.setNotNdef(QStringLiteral("the capability container has no NDEF File Control TLV (TLV %1, length %2)")
+                              .arg(Apdu::hex(QByteArray(1, char(tlvType))))
+                              .arg(tlvLength));
         return false;
     }
     if (!validFileId(file->id)) {
-        notNdef(result, QStringLiteral("the capability container names %1 as the NDEF file").arg(fileText(file->id)));
+        result.setNotNdef(QStringLiteral("the capability container names %1 as the NDEF file").arg(fileText(file->id)));
         return false;
     }
     if (file->maxSize < quint32(file->lengthSize)) {
-        notNdef(result, QStringLiteral("the capability container gives the NDEF file %1 bytes").arg(file->maxSize));
+        result.setNotNdef(QStringLiteral("the capability container gives the NDEF file %1 bytes").arg(file->maxSize));
         return false;
     }
     if (readAccess != 0x00) {
-        notNdef(result,
-                QStringLiteral("the NDEF file is not readable (access %1)")
-                    .arg(Apdu::hex(QByteArray(1, char(readAccess)))));
+        result.setNotNdef(QStringLiteral("the NDEF file is not readable (access %1)")
+                              .arg(Apdu::hex(QByteArray(1, char(readAccess)))));
         return false;
     }
     file->maxRead = int(qMin<quint32>(maxRead, MaxShortLe));
@@ -180,13 +170,12 @@ bool readNdefFile(ApduTransport& transport, TagReadResult& result, const NdefFil
     while (total < 0 || content.size() < total) {
         const qint64 wanted = (total < 0 ? qint64(file.maxSize) : total) - content.size();
         if (wanted <= 0) {
-            failed(result, QStringLiteral("the NDEF file ends inside its length field"));
+            result.setFailed(QStringLiteral("the NDEF file ends inside its length field"));
             return false;
         }
         if (content.size() > MaxShortOffset) {
-            failed(result,
-                   QStringLiteral("the NDEF message goes past offset %1, beyond what READ BINARY reaches")
-                       .arg(MaxShortOffset));
+            result.setFailed(QStringLiteral("the NDEF message goes past offset %1, beyond what READ BINARY reaches")
+                                 .arg(MaxShortOffset));
             return false;
         }
         int length = int(qMin<qint64>(file.maxRead, wanted));
@@ -203,29 +192,26 @@ bool readNdefFile(ApduTransport& transport, TagReadResult& result, const NdefFil
         }
         first = false;
         if (!readSucceeded(sw)) {
-            failed(result, QStringLiteral("%1: the card answered %2").arg(what, Apdu::statusText(sw)));
+            result.setFailed(QStringLiteral("%1: the card answered %2").arg(what, Apdu::statusText(sw)));
             return false;
         }
         if (data.isEmpty()) {
-            failed(result, QStringLiteral("%1: the card gave no data").arg(what));
+            result.setFailed(QStringLiteral("%1: the card gave no data").arg(what));
             return false;
         }
         content += data;
         if (total < 0 && content.size() >= file.lengthSize) {
             const quint32 messageLength = bigEndian(content, 0, file.lengthSize);
             if (messageLength > file.maxSize - quint32(file.lengthSize)) {
-                failed(result,
-                       QStringLiteral("the NDEF length %1 goes past the NDEF file's %2 bytes")
-                           .arg(messageLength)
-                           .arg(file.maxSize));
+                result.setFailed(QStringLiteral("the NDEF length %1 goes past the NDEF file's %2 bytes")
+                                     .arg(messageLength)
+                                     .arg(file.maxSize));
                 return false;
             }
             total = file.lengthSize + qint64(messageLength);
         }
     }
-    result.outcome = TagReadResult::Read;
-    result.ndef = content.mid(file.lengthSize, int(total) - file.lengthSize);
-    result.reason.clear();
+    result.setRead(content.mid(file.lengthSize, int(total) - file.lengthSize));
     return true;
 }
 
@@ -236,13 +222,13 @@ bool selectFile(ApduTransport& transport, TagReadResult& result, quint16 fileId,
     if (!Apdu::exchange(transport, Type4Tag::selectFileCommand(fileId, version), what, result, &response))
         return false;
     const quint16 sw = Apdu::statusWord(response);
-    if ((sw & 0xFF00) == 0x9000 || (sw & 0xFF00) == 0x6100)
+    if (selected(sw))
         return true;
     const QString reason = QStringLiteral("%1: the card answered %2").arg(what, Apdu::statusText(sw));
     if (missingIsNotNdef)
-        notNdef(result, reason);
+        result.setNotNdef(reason);
     else
-        failed(result, reason);
+        result.setFailed(reason);
     return false;
 }
 
@@ -272,12 +258,7 @@ QByteArray selectFileCommand(quint16 fileId, int version)
 
 QByteArray readBinaryCommand(int offset, int length)
 {
-    QByteArray command(5, '\0');
-    command[1] = char(0xB0);
-    command[2] = char((offset >> 8) & 0x7F);
-    command[3] = char(offset & 0xFF);
-    command[4] = char(length);
-    return command;
+    return Apdu::readBinaryCommand(0x00, quint16(offset & MaxShortOffset), length);
 }
 
 void readNdef(ApduTransport& transport, TagReadResult& result)
@@ -290,15 +271,14 @@ void readNdef(ApduTransport& transport, TagReadResult& result)
                             QStringLiteral("selecting the NDEF application"), result, &response))
             return;
         const quint16 sw = Apdu::statusWord(response);
-        if ((sw & 0xFF00) == 0x9000 || (sw & 0xFF00) == 0x6100) {
+        if (selected(sw)) {
             version = tried;
             break;
         }
         answers << Apdu::statusText(sw);
     }
     if (version == 0) {
-        return notNdef(
-            result,
+        return result.setNotNdef(
             QStringLiteral("no NDEF application (the card answered %1)").arg(answers.join(QStringLiteral(", "))));
     }
 

@@ -157,13 +157,19 @@ bool PrivatePcscd::start(QString* error)
 
     // In its own mount namespace pcscd's /run is the test's directory, and the USB drivers are hidden so
     // that it loads only the virtual readers of its configuration.
-    const QString script = QStringLiteral("mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers "
-                                          "&& exec pcscd -f -a -c \"$1/conf\"");
+    // Its mounts are made private first; where "/" is no mount point (in a chroot) that cannot be done,
+    // and it is enough that no mount propagates to other namespaces.
+    const QString script =
+        QStringLiteral("{ mount --make-rprivate / 2>/dev/null || ! grep -q ' shared:' /proc/self/mountinfo "
+                       "|| { echo 'the mounts of pcscd namespace cannot be made private' >&2; exit 1; }; } "
+                       "&& mount --bind \"$1/run\" /run && mount -t tmpfs tmpfs /usr/lib/pcsc/drivers "
+                       "&& exec pcscd -f -a -c \"$1/conf\"");
     // pcscd is killed when this process dies, however it dies (a test timeout, a crash).
     QStringList arguments {QStringLiteral("--pdeathsig"), QStringLiteral("KILL"), QStringLiteral("unshare")};
     if (::geteuid() != 0)
         arguments << QStringLiteral("--map-root-user");
-    arguments << QStringLiteral("--mount") << QStringLiteral("/bin/sh") << QStringLiteral("-c") << script
+    arguments << QStringLiteral("--mount") << QStringLiteral("--propagation") << QStringLiteral("unchanged")
+              << QStringLiteral("/bin/sh") << QStringLiteral("-c") << script
               << QStringLiteral("pcscd") << m_dir.path();
     m_process.reset(new QProcess);
     m_process->setProcessChannelMode(QProcess::MergedChannels);

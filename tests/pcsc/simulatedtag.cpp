@@ -1,5 +1,7 @@
 #include "simulatedtag.h"
 
+#include <QSet>
+
 namespace {
 
 QByteArray status(quint16 sw)
@@ -11,6 +13,19 @@ QByteArray status(quint16 sw)
 }
 
 } // namespace
+
+bool eachByteReadOnce(const QList<QPair<int, int>>& reads)
+{
+    QSet<int> seen;
+    for (const auto& range : reads) {
+        for (int i = range.first; i < range.second; ++i) {
+            if (seen.contains(i))
+                return false;
+            seen.insert(i);
+        }
+    }
+    return true;
+}
 
 bool SimulatedTag::transmit(const QByteArray& command, QByteArray* response, QString* error)
 {

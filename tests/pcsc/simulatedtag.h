@@ -8,6 +8,9 @@
 #include <QMap>
 #include <QPair>
 
+// True when no byte stands in two of the read ranges [from, to): whoever read the tag read nothing twice.
+bool eachByteReadOnce(const QList<QPair<int, int>>& reads);
+
 // A tag lying on a PC/SC contactless reader, answering in process the way the reader and the tag answer
 // together. Every command is logged, so that tests can count APDUs and check which bytes were read.
 class SimulatedTag : public ApduTransport

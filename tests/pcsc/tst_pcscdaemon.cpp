@@ -5,13 +5,9 @@
 #include "tagimages.h"
 #include "virtualtag.h"
 
-#include "answerpresenter.h"
-#include "dialogserver.h"
+#include "hostedplugin.h"
 #include "nfcdtestsupport.h"
-#include "pluginloader.h"
 
-#include <QDir>
-#include <QFile>
 #include <QRegularExpression>
 #include <QtTest>
 
@@ -30,26 +26,16 @@ class tst_PcscDaemon : public QObject
 private:
     PrivatePcscd m_pcscd;
     std::unique_ptr<DaemonProcess> m_daemon;
-    std::unique_ptr<Host::DialogServer> m_server;
-    std::unique_ptr<Host::AnswerPresenter> m_presenter;
-    std::unique_ptr<Host::PluginLoader> m_loader;
-    QStringList m_shownDialogs;
+    std::unique_ptr<HostedPlugin> m_plugin;
 
     // Starts nfcui-daemon with the arguments and loads the plugin into a server answering every dialog.
     void startDaemonAndPlugin(const QStringList& arguments, Host::AnswerPresenter::Answer answer)
     {
         m_daemon = std::make_unique<DaemonProcess>(arguments);
         QVERIFY2(m_daemon->start(), qPrintable(m_daemon->error()));
-        m_server = std::make_unique<Host::DialogServer>();
-        m_presenter = std::make_unique<Host::AnswerPresenter>(answer);
-        m_server->addPresenter(m_presenter.get());
-        connect(m_server.get(), &Host::DialogServer::dialogShown, this,
-                [this](const QString&, const QVariantMap& properties) {
-                    m_shownDialogs << properties.value(QStringLiteral("class")).toString();
-                });
-        m_loader = std::make_unique<Host::PluginLoader>(m_server.get());
+        m_plugin = std::make_unique<HostedPlugin>(answer);
         QString error;
-        QVERIFY2(m_loader->load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
+        QVERIFY2(m_plugin->load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
         QTRY_VERIFY2(m_daemon->output().contains(QLatin1String("UI agent")), qPrintable(m_daemon->output()));
     }
 
@@ -69,16 +55,8 @@ private Q_SLOTS:
     {
         QVERIFY2(QDBusConnection::systemBus().isConnected(), "no private system bus");
         // A browser for web links, in this test's own XDG data directory.
-        QVERIFY2(!qEnvironmentVariableIsEmpty("XDG_DATA_HOME"),
-                 "XDG_DATA_HOME is not set (run under scripts/isolated)");
-        const QString applications = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications");
-        QVERIFY(QDir().mkpath(applications));
-        QFile browser(applications + QStringLiteral("/nfcui-test-browser.desktop"));
-        QVERIFY(browser.open(QIODevice::WriteOnly));
-        browser.write("[Desktop Entry]\nType=Application\nName=Test Browser\nExec=/bin/true %u\n"
-                      "MimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
-        browser.close();
-        QCOMPARE(QProcess::execute(QStringLiteral("update-desktop-database"), {applications}), 0);
+        const QString browserError = HostedPlugin::installTestBrowser();
+        QVERIFY2(browserError.isEmpty(), qPrintable(browserError));
         // Sets PCSCLITE_CSOCK_NAME, which the daemon inherits.
         QString error;
         QVERIFY2(m_pcscd.start(&error), qPrintable(error));
@@ -86,16 +64,13 @@ private Q_SLOTS:
 
     void init()
     {
-        m_shownDialogs.clear();
         QString error;
         QVERIFY2(m_pcscd.start(&error), qPrintable(error));
     }
 
     void cleanup()
     {
-        m_loader.reset();
-        m_presenter.reset();
-        m_server.reset();
+        m_plugin.reset();
         if (m_daemon)
             QVERIFY(m_daemon->stop());
         m_daemon.reset();
@@ -117,7 +92,7 @@ private Q_SLOTS:
                                  .arg(message.size()))
                      .size(),
                  1);
-        QCOMPARE(m_shownDialogs, QStringList {QStringLiteral("NfcTagReadPermissionDialog")});
+        QCOMPARE(m_plugin->shownDialogs(), QStringList {QStringLiteral("NfcTagReadPermissionDialog")});
     }
 
     void aWebLinkTagDeclinedIsRejected()

@@ -1,7 +1,12 @@
 #include "testsupport.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QTranslator>
+
+#include <cerrno>
+#include <cstring>
+#include <sys/mount.h>
 
 namespace TestSupport {
 
@@ -41,6 +46,19 @@ void setBluetoothDevices(const QList<QVariantMap>& devices)
     for (const QVariantMap& device : devices)
         list.append(device);
     FakePlatform::set(QStringLiteral("BluetoothAdapter/devices"), list);
+}
+
+bool keepMountsPrivate(QString* error)
+{
+    if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0)
+        return true;
+    const int failure = errno;
+    QFile mounts(QStringLiteral("/proc/self/mountinfo"));
+    if (failure == EINVAL && mounts.open(QIODevice::ReadOnly) && !mounts.readAll().contains(" shared:"))
+        return true;
+    *error = QStringLiteral("the mounts of the test's namespace cannot be made private: %1")
+                 .arg(QString::fromLocal8Bit(std::strerror(failure)));
+    return false;
 }
 
 } // namespace TestSupport

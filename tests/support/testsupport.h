@@ -24,6 +24,12 @@ QVariantMap bluetoothDevice(const QString& address, const QString& name, bool pa
                             bool audioConnected);
 void setBluetoothDevices(const QList<QVariantMap>& devices);
 
+// Called in a mount namespace of the process's own: makes sure that what the test mounts there stays
+// there. Every mount is made private; where "/" is no mount point (in a chroot) that cannot be done,
+// and it is enough that no mount of the namespace propagates to others. Otherwise returns false with
+// the reason in *error.
+bool keepMountsPrivate(QString* error);
+
 } // namespace TestSupport
 
 #endif

@@ -275,7 +275,8 @@ private Q_SLOTS:
         if (::unshare(CLONE_NEWNS) != 0)
             QFAIL(qPrintable(QStringLiteral("a private mount namespace needs root (CAP_SYS_ADMIN): ")
                              + QString::fromLocal8Bit(std::strerror(errno))));
-        QVERIFY(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0);
+        QString error;
+        QVERIFY2(TestSupport::keepMountsPrivate(&error), qPrintable(error));
         QVERIFY2(::mount("tmpfs", "/tmp", "tmpfs", 0, "size=64k,mode=1777") == 0, std::strerror(errno));
         // Fill it to the last block.
         {

@@ -20,6 +20,14 @@ namespace Sim {
 
 namespace {
 
+// An option that takes a value, from the literal texts of its name, help and value name.
+QCommandLineOption valueOption(const char* name, const char* description, const char* valueName,
+                               const char* defaultValue = "")
+{
+    return QCommandLineOption(QLatin1String(name), QLatin1String(description), QLatin1String(valueName),
+                              QLatin1String(defaultValue));
+}
+
 int usageError(const QString& command, const QString& message)
 {
     std::fprintf(stderr, "nfcui-sim %s: %s\nTry 'nfcui-sim %s --help'.\n", qPrintable(command), qPrintable(message),
@@ -149,28 +157,20 @@ int runTouch(const QStringList& arguments, const GlobalOptions& options)
 {
     const QString command = arguments.first();
     QCommandLineParser parser;
-    const QCommandLineOption hex(QStringLiteral("hex"), QStringLiteral("The NDEF message as hexadecimal."),
-                                 QStringLiteral("HEX"));
-    const QCommandLineOption file(QStringLiteral("file"), QStringLiteral("The NDEF message from a file ('-': stdin)."),
-                                  QStringLiteral("FILE"));
-    const QCommandLineOption uri(QStringLiteral("uri"), QStringLiteral("A message of one URI record."),
-                                 QStringLiteral("URI"));
-    const QCommandLineOption text(QStringLiteral("text"), QStringLiteral("A message of one Text record."),
-                                  QStringLiteral("TEXT"));
-    const QCommandLineOption lang(QStringLiteral("lang"), QStringLiteral("The language of --text (default en)."),
-                                  QStringLiteral("LANG"));
-    const QCommandLineOption vcard(QStringLiteral("vcard"),
-                                   QStringLiteral("A message of one text/x-vCard record holding the file."),
-                                   QStringLiteral("FILE"));
-    const QCommandLineOption mime(QStringLiteral("mime"),
-                                  QStringLiteral("A message of one MIME record of TYPE holding the file given "
-                                                 "as the argument."),
-                                  QStringLiteral("TYPE"));
+    const QCommandLineOption hex = valueOption("hex", "The NDEF message as hexadecimal.", "HEX");
+    const QCommandLineOption file = valueOption("file", "The NDEF message from a file ('-': stdin).", "FILE");
+    const QCommandLineOption uri = valueOption("uri", "A message of one URI record.", "URI");
+    const QCommandLineOption text = valueOption("text", "A message of one Text record.", "TEXT");
+    const QCommandLineOption lang = valueOption("lang", "The language of --text (default en).", "LANG");
+    const QCommandLineOption vcard =
+        valueOption("vcard", "A message of one text/x-vCard record holding the file.", "FILE");
+    const QCommandLineOption mime =
+        valueOption("mime", "A message of one MIME record of TYPE holding the file given as the argument.", "TYPE");
     const QCommandLineOption unreadable(QStringLiteral("unreadable"), QStringLiteral("A tag that cannot be read."));
-    const QCommandLineOption handler(QStringLiteral("handler"),
-                                     QStringLiteral("An application to deliver to instead of the registered ones; "
-                                                    "':foreground' when it runs in the foreground. Repeatable."),
-                                     QStringLiteral("APPID[:foreground]"));
+    const QCommandLineOption handler = valueOption("handler",
+                                                   "An application to deliver to instead of the registered ones; "
+                                                   "':foreground' when it runs in the foreground. Repeatable.",
+                                                   "APPID[:foreground]");
     parser.addOptions({hex, file, uri, text, lang, vcard, mime, unreadable, handler});
     const int parsed = parseCommand(
         &parser, arguments,
@@ -269,11 +269,9 @@ int runDevice(const QStringList& arguments, const GlobalOptions& options)
     const QString command = arguments.first();
     const bool pairing = command == QLatin1String("pair");
     QCommandLineParser parser;
-    const QCommandLineOption cod(QStringLiteral("cod"),
-                                 QStringLiteral("The class of device, decimal or 0x hexadecimal (default 0)."),
-                                 QStringLiteral("N"), QStringLiteral("0"));
-    const QCommandLineOption pin(QStringLiteral("pin"), QStringLiteral("The PIN to pair with (default none)."),
-                                 QStringLiteral("PIN"));
+    const QCommandLineOption cod =
+        valueOption("cod", "The class of device, decimal or 0x hexadecimal (default 0).", "N", "0");
+    const QCommandLineOption pin = valueOption("pin", "The PIN to pair with (default none).", "PIN");
     parser.addOption(cod);
     if (pairing)
         parser.addOption(pin);
@@ -319,12 +317,9 @@ int runSharing(const QStringList& arguments, const GlobalOptions& options)
     const QString command = arguments.first();
     const bool permission = command == QLatin1String("share-permission");
     QCommandLineParser parser;
-    const QCommandLineOption carrier(QStringLiteral("carrier"), QStringLiteral("The carrier (default bluetooth)."),
-                                     QStringLiteral("NAME"), QStringLiteral("bluetooth"));
-    const QCommandLineOption info(QStringLiteral("info"),
-                                  QStringLiteral("The sharing information the agent answers with (default: one "
-                                                 "made up for this request)."),
-                                  QStringLiteral("TEXT"));
+    const QCommandLineOption carrier = valueOption("carrier", "The carrier (default bluetooth).", "NAME", "bluetooth");
+    const QCommandLineOption info = valueOption(
+        "info", "The sharing information the agent answers with (default: one made up for this request).", "TEXT");
     parser.addOptions({carrier, info});
     const int parsed = parseCommand(
         &parser, arguments,

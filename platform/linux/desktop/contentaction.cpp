@@ -15,6 +15,7 @@
 #include <QMutex>
 #include <QMutexLocker>
 #include <QRegularExpression>
+#include <QSet>
 #include <QSharedData>
 #include <QVector>
 
@@ -69,60 +70,35 @@ QVector<AppInfoRef> adoptList(GList* list)
     return refs;
 }
 
-bool containsId(const QVector<AppInfoRef>& refs, const QString& id)
-{
-    for (const AppInfoRef& ref : refs) {
-        if (ref.id() == id)
-            return true;
-    }
-    return false;
-}
-
-// What GIO answers for one content type.
-struct TypeHandlers
-{
-    // g_app_info_get_default_for_type(): the configured default, else the first handler of the type,
-    // else (falling back through GIO's parent types) the default or first handler of a parent.
-    AppInfoRef defaultHandler;
-    // True when the default may be one of the parents' handlers rather than this type's own choice:
-    // it does not claim the type itself but claims one of its parents.
-    bool defaultMayBeInherited = false;
-    // The applications that claim the type itself, in GIO's order.
-    QVector<AppInfoRef> handlers;
-};
-
 // GIO re-reads a desktop entry from disk each time it builds a GAppInfo for it, so the answers are
-// kept here. GIO's GAppInfoMonitor reports when the installed entries or the associations change;
-// it is attached to a main context of our own, which each lookup checks without blocking, so the
-// cache is dropped even when no GLib main loop runs in the process.
+// kept here. GIO's GAppInfoMonitor reports when the installed entries or the associations change. It
+// is made under the default main context, which Qt's event dispatcher runs, so the report arrives
+// through the event loop and a cached lookup costs no system call.
 class Registry
 {
 public:
     Registry()
-        : m_context(g_main_context_new())
+        : m_monitor(g_app_info_monitor_get())
     {
-        g_main_context_push_thread_default(m_context);
-        m_monitor = g_app_info_monitor_get();
-        g_main_context_pop_thread_default(m_context);
         m_handlerId = g_signal_connect(m_monitor, "changed", G_CALLBACK(&Registry::onChanged), this);
     }
 
     ~Registry()
     {
         g_signal_handler_disconnect(m_monitor, m_handlerId);
-        // The monitor belongs to the context it was created under.
-        g_main_context_push_thread_default(m_context);
         g_object_unref(m_monitor);
-        g_main_context_pop_thread_default(m_context);
-        m_types.clear();
-        m_entries.clear();
-        g_main_context_unref(m_context);
     }
 
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
-    TypeHandlers handlersFor(const QString& contentType)
+    // The applications for a content type, each once: its default first (GIO's configured default
+    // of the type or of a parent, else the first handler), then every application that claims the
+    // type or one of its parents, in GIO's order (the type's own first, then its parents' nearest
+    // first), then those of the implicit parents that GIO's parent lists leave out (plain text for
+    // text, the byte stream for everything), each claiming it itself. One scan of the entries for
+    // the type, one for each implicit parent.
+    QVector<AppInfoRef> handlersFor(const QString& contentType, const QStringList& implicitParents)
     {
         QMutexLocker lock(&m_mutex);
         dropIfChanged();
@@ -131,16 +107,42 @@ public:
             return it.value();
 
         const QByteArray type = contentType.toUtf8();
-        TypeHandlers answer;
-        answer.defaultHandler = AppInfoRef::adopt(g_app_info_get_default_for_type(type.constData(), FALSE));
-        answer.handlers = adoptList(g_app_info_get_recommended_for_type(type.constData()));
-        if (answer.defaultHandler) {
-            const QString id = answer.defaultHandler.id();
-            answer.defaultMayBeInherited = !containsId(answer.handlers, id)
-                && containsId(adoptList(g_app_info_get_fallback_for_type(type.constData())), id);
+        QVector<AppInfoRef> answer;
+        QSet<QString> ids;
+        auto add = [&](const AppInfoRef& app) {
+            if (!app)
+                return;
+            const QString id = app.id();
+            if (ids.contains(id))
+                return;
+            ids.insert(id);
+            answer.append(app);
+        };
+        add(defaultLocked(contentType));
+        for (const AppInfoRef& app : adoptList(g_app_info_get_all_for_type(type.constData())))
+            add(app);
+        for (const QString& parent : implicitParents) {
+            for (const AppInfoRef& app : adoptList(g_app_info_get_recommended_for_type(parent.toUtf8().constData())))
+                add(app);
         }
         m_types.insert(contentType, answer);
         return answer;
+    }
+
+    // The first of handlersFor(), without listing the rest when GIO knows a default.
+    AppInfoRef defaultFor(const QString& contentType, const QStringList& implicitParents)
+    {
+        {
+            QMutexLocker lock(&m_mutex);
+            dropIfChanged();
+            auto it = m_types.constFind(contentType);
+            if (it != m_types.constEnd())
+                return it.value().value(0);
+            const AppInfoRef app = defaultLocked(contentType);
+            if (app || implicitParents.isEmpty())
+                return app;
+        }
+        return handlersFor(contentType, implicitParents).value(0);
     }
 
     AppInfoRef entry(const QString& desktopId)
@@ -163,34 +165,57 @@ private:
         static_cast<Registry*>(self)->m_changed.store(true);
     }
 
-    // Called with the mutex held. Delivers a pending change report, if any, and forgets the answers.
+    // Called with the mutex held: GIO's default for the type, kept.
+    AppInfoRef defaultLocked(const QString& contentType)
+    {
+        auto known = m_defaults.constFind(contentType);
+        if (known != m_defaults.constEnd())
+            return known.value();
+        const AppInfoRef app =
+            AppInfoRef::adopt(g_app_info_get_default_for_type(contentType.toUtf8().constData(), FALSE));
+        m_defaults.insert(contentType, app);
+        return app;
+    }
+
+    // Called with the mutex held: forgets the answers once a change was reported.
     void dropIfChanged()
     {
-        while (g_main_context_iteration(m_context, FALSE)) {
-        }
-        if (m_changed.exchange(false)) {
+        if (m_changed.load(std::memory_order_relaxed) && m_changed.exchange(false)) {
             m_types.clear();
+            m_defaults.clear();
             m_entries.clear();
         }
     }
 
     QMutex m_mutex;
-    GMainContext* m_context = nullptr;
     GAppInfoMonitor* m_monitor = nullptr;
     gulong m_handlerId = 0;
     std::atomic<bool> m_changed{false};
-    QHash<QString, TypeHandlers> m_types;
+    QHash<QString, QVector<AppInfoRef>> m_types;
+    QHash<QString, AppInfoRef> m_defaults;
     QHash<QString, AppInfoRef> m_entries;
 };
 
 Q_GLOBAL_STATIC(Registry, registry)
 
 // The URI scheme (lower case) of text that starts with one, as RFC 3986 spells it; empty otherwise.
+// Scanned by hand: compiling a regular expression would cost a first lookup more than GIO's own.
 QString schemeOf(const QString& uri)
 {
-    static const QRegularExpression scheme(QStringLiteral("^([A-Za-z][A-Za-z0-9+.-]*):"));
-    const QRegularExpressionMatch match = scheme.match(uri);
-    return match.hasMatch() ? match.captured(1).toLower() : QString();
+    auto isAsciiLetter = [](QChar c) {
+        return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) || (c >= QLatin1Char('A') && c <= QLatin1Char('Z'));
+    };
+    if (uri.isEmpty() || !isAsciiLetter(uri.at(0)))
+        return QString();
+    for (int i = 1; i < uri.size(); ++i) {
+        const QChar c = uri.at(i);
+        if (c == QLatin1Char(':'))
+            return uri.left(i).toLower();
+        if (!isAsciiLetter(c) && !(c >= QLatin1Char('0') && c <= QLatin1Char('9')) && c != QLatin1Char('+')
+            && c != QLatin1Char('.') && c != QLatin1Char('-'))
+            return QString();
+    }
+    return QString();
 }
 
 // A phone number as people write it: digits with an optional leading "+", grouped with spaces, dashes
@@ -234,9 +259,18 @@ QUrl fileUrl(const QUrl& file)
     return file;
 }
 
-// The content types whose handlers can open the file: its own type, then its ancestors nearest
-// first. Without a given type the type is detected from the file (name and content).
-QStringList contentTypesFor(const QUrl& file, const QString& mimeType)
+// The content type of a file as the MIME database names it: the given one (aliases resolved), else
+// the type detected from the file's name and content. A given type the database does not know can
+// still have handlers; it keeps its name and has no parents.
+struct FileType
+{
+    QString name;
+    // The parents the shared MIME database implies without listing them (text/plain for text types,
+    // application/octet-stream for all others), when they are among the type's ancestors.
+    QStringList implicitParents;
+};
+
+FileType fileTypeFor(const QUrl& file, const QString& mimeType)
 {
     QMimeDatabase db;
     QMimeType type;
@@ -248,12 +282,16 @@ QStringList contentTypesFor(const QUrl& file, const QString& mimeType)
         type = db.mimeTypeForFile(file.toLocalFile());
     else
         type = db.mimeTypeForUrl(file);
+    if (!type.isValid())
+        return FileType{name, {}};
 
-    if (!type.isValid()) {
-        // A type the MIME database does not know can still have handlers; it has no known parents.
-        return name.isEmpty() ? QStringList() : QStringList{name};
+    FileType result{type.name(), {}};
+    const QStringList ancestors = type.allAncestors();
+    for (const QString& implicit : {QStringLiteral("text/plain"), QStringLiteral("application/octet-stream")}) {
+        if (ancestors.contains(implicit))
+            result.implicitParents.append(implicit);
     }
-    return QStringList{type.name()} + type.allAncestors();
+    return result;
 }
 
 } // namespace
@@ -281,30 +319,16 @@ public:
         return Action(d);
     }
 
-    // The actions of the handlers of the content types, each once: for every type its default first
-    // (for the first type even when GIO found it through a parent), then the applications that claim
-    // the type in GIO's order.
-    static QList<Action> forTypes(const QStringList& contentTypes, const QStringList& arguments)
+    // The actions of the applications for a content type (Registry::handlersFor()).
+    static QList<Action> forType(const QString& contentType, const QStringList& arguments,
+                                 const QStringList& implicitParents = QStringList())
     {
-        QVector<AppInfoRef> apps;
-        QStringList ids;
-        auto add = [&](const AppInfoRef& app) {
-            const QString id = app.id();
-            if (!app || ids.contains(id))
-                return;
-            ids.append(id);
-            apps.append(app);
-        };
-        for (int i = 0; i < contentTypes.size(); ++i) {
-            const TypeHandlers answer = registry()->handlersFor(contentTypes.at(i));
-            if (i == 0 || !answer.defaultMayBeInherited)
-                add(answer.defaultHandler);
-            for (const AppInfoRef& app : answer.handlers)
-                add(app);
-        }
+        if (contentType.isEmpty())
+            return {};
+        const QVector<AppInfoRef> apps = registry()->handlersFor(contentType, implicitParents);
         QList<Action> actions;
         actions.reserve(apps.size());
-        for (const AppInfoRef& app : qAsConst(apps))
+        for (const AppInfoRef& app : apps)
             actions.append(make(app, arguments));
         return actions;
     }
@@ -379,15 +403,15 @@ QList<Action> Action::actionsForString(const QString& text)
     // An absolute URI: a scheme and nothing a URI cannot hold (such as spaces).
     const QString scheme = schemeOf(trimmed);
     if (!scheme.isEmpty() && QUrl(trimmed, QUrl::StrictMode).isValid())
-        return ActionPrivate::forTypes({QStringLiteral("x-scheme-handler/") + scheme}, {trimmed});
+        return ActionPrivate::forType(QStringLiteral("x-scheme-handler/") + scheme, {trimmed});
 
     const QString tel = telUriFor(trimmed);
     if (!tel.isEmpty())
-        return ActionPrivate::forTypes({QStringLiteral("x-scheme-handler/tel")}, {tel});
+        return ActionPrivate::forType(QStringLiteral("x-scheme-handler/tel"), {tel});
 
     const QString mailto = mailtoUriFor(trimmed);
     if (!mailto.isEmpty())
-        return ActionPrivate::forTypes({QStringLiteral("x-scheme-handler/mailto")}, {mailto});
+        return ActionPrivate::forType(QStringLiteral("x-scheme-handler/mailto"), {mailto});
 
     return {};
 }
@@ -397,7 +421,7 @@ QList<Action> Action::actionsForScheme(const QString& uri)
     const QString scheme = schemeOf(uri);
     if (scheme.isEmpty())
         return {};
-    return ActionPrivate::forTypes({QStringLiteral("x-scheme-handler/") + scheme}, {uri});
+    return ActionPrivate::forType(QStringLiteral("x-scheme-handler/") + scheme, {uri});
 }
 
 QList<Action> Action::actionsForFile(const QUrl& file)
@@ -410,7 +434,8 @@ QList<Action> Action::actionsForFile(const QUrl& file, const QString& mimeType)
     const QUrl url = fileUrl(file);
     if (url.isEmpty() || !url.isValid())
         return {};
-    return ActionPrivate::forTypes(contentTypesFor(url, mimeType), {url.toString(QUrl::FullyEncoded)});
+    const FileType type = fileTypeFor(url, mimeType);
+    return ActionPrivate::forType(type.name, {url.toString(QUrl::FullyEncoded)}, type.implicitParents);
 }
 
 Action Action::defaultActionForFile(const QUrl& file)
@@ -420,9 +445,13 @@ Action Action::defaultActionForFile(const QUrl& file)
 
 Action Action::defaultActionForFile(const QUrl& file, const QString& mimeType)
 {
-    // The list starts with the default handler, or the first one when there is no default.
-    const QList<Action> actions = actionsForFile(file, mimeType);
-    return actions.isEmpty() ? Action() : actions.first();
+    // The first of actionsForFile(): the default, which GIO gives alone without listing the rest.
+    const QUrl url = fileUrl(file);
+    if (url.isEmpty() || !url.isValid())
+        return Action();
+    const FileType type = fileTypeFor(url, mimeType);
+    const AppInfoRef app = type.name.isEmpty() ? AppInfoRef() : registry()->defaultFor(type.name, type.implicitParents);
+    return app ? ActionPrivate::make(app, {url.toString(QUrl::FullyEncoded)}) : Action();
 }
 
 // The arguments are handed to GIO as the entry's URI list, exactly as given; GIO substitutes them for

@@ -66,8 +66,9 @@ inline bool isNameElementChar(QChar c, bool first, bool allowDigitFirst, bool al
     return allowHyphen && u == '-';
 }
 
-// An interface or error name: two or more dot-separated elements, none starting with a digit.
-inline bool isValidErrorName(const QString& name)
+// Dot-separated elements of a bus, interface or error name: two or more, none empty, of the
+// characters the kind of name allows.
+inline bool areValidNameElements(const QString& name, bool allowDigitFirst, bool allowHyphen)
 {
     if (name.isEmpty() || name.size() > 255)
         return false;
@@ -78,11 +79,17 @@ inline bool isValidErrorName(const QString& name)
         if (element.isEmpty())
             return false;
         for (int i = 0; i < element.size(); ++i) {
-            if (!isNameElementChar(element.at(i), i == 0, false, false))
+            if (!isNameElementChar(element.at(i), i == 0, allowDigitFirst, allowHyphen))
                 return false;
         }
     }
     return true;
+}
+
+// An interface or error name: two or more dot-separated elements, none starting with a digit.
+inline bool isValidErrorName(const QString& name)
+{
+    return areValidNameElements(name, false, false);
 }
 
 // A unique (":1.42") or well-known ("com.example.App") bus name.
@@ -91,18 +98,7 @@ inline bool isValidBusName(const QString& name)
     if (name.isEmpty() || name.size() > 255)
         return false;
     const bool unique = name.startsWith(QLatin1Char(':'));
-    const QStringList elements = name.mid(unique ? 1 : 0).split(QLatin1Char('.'));
-    if (elements.size() < 2)
-        return false;
-    for (const QString& element : elements) {
-        if (element.isEmpty())
-            return false;
-        for (int i = 0; i < element.size(); ++i) {
-            if (!isNameElementChar(element.at(i), i == 0, unique, true))
-                return false;
-        }
-    }
-    return true;
+    return areValidNameElements(name.mid(unique ? 1 : 0), unique, true);
 }
 
 // "/" or "/element/element", each element of [A-Za-z0-9_].

@@ -32,6 +32,28 @@ QDBusPendingCall DaemonRole::callAgent(const QString& method, const QVariantList
     return m_bus.asyncCall(message, 60000);
 }
 
+namespace {
+
+QDBusMessage daemonCall(const char* path, const char* interface, const QString& method, const QVariantList& args)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(QLatin1String(Nfcd::ServiceName), QLatin1String(path),
+                                                          QLatin1String(interface), method);
+    message.setArguments(args);
+    return message;
+}
+
+} // namespace
+
+QDBusMessage adapterCall(const QString& method, const QVariantList& args)
+{
+    return daemonCall(Nfcd::DefaultAdapterPath, Nfcd::AdapterInterface, method, args);
+}
+
+QDBusMessage managerCall(const QString& method, const QVariantList& args)
+{
+    return daemonCall(Nfcd::ManagerPath, Nfcd::ManagerInterface, method, args);
+}
+
 QDBusConnection strangerConnection(const QString& connectionName)
 {
     return QDBusConnection::connectToBus(QDBusConnection::SystemBus, connectionName);
@@ -102,6 +124,21 @@ QString DaemonProcess::output() const
     if (m_process)
         m_output += QString::fromUtf8(m_process->readAll());
     return m_output;
+}
+
+bool finishes(QDBusPendingCall& call, int timeoutMs)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!call.isFinished() && timer.elapsed() < timeoutMs)
+        QTest::qWait(5);
+    return call.isFinished();
+}
+
+bool staysUnanswered(QDBusPendingCall& call)
+{
+    QTest::qWait(150);
+    return !call.isFinished();
 }
 
 bool daemonNameOwned()

@@ -33,6 +33,10 @@ private:
     QDBusConnection m_bus;
 };
 
+// Method calls to nfcui-daemon's adapter and manager, to send on any connection.
+QDBusMessage adapterCall(const QString& method, const QVariantList& args = {});
+QDBusMessage managerCall(const QString& method, const QVariantList& args = {});
+
 // A connection of another process's kind: not the daemon.
 QDBusConnection strangerConnection(const QString& connectionName = QStringLiteral("nfcd-stranger"));
 
@@ -59,6 +63,11 @@ private:
     QString m_error;
     mutable QString m_output;
 };
+
+// Waits, spinning the event loop, until the call is answered; false when it is not within the time.
+bool finishes(QDBusPendingCall& call, int timeoutMs = 10000);
+// True when the call is still unanswered after the event loop has had time to answer it.
+bool staysUnanswered(QDBusPendingCall& call);
 
 // Whether anybody owns the daemon's name on the private system bus.
 bool daemonNameOwned();

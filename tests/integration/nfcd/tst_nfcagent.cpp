@@ -40,22 +40,6 @@ QVariantList deviceArgs(const QDBusObjectPath& target, bool withPin)
     return args;
 }
 
-bool finishes(QDBusPendingCall& call, int timeoutMs = 10000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!call.isFinished() && timer.elapsed() < timeoutMs)
-        QTest::qWait(5);
-    return call.isFinished();
-}
-
-// True when the call is still unanswered after the event loop has had time to answer it.
-bool staysUnanswered(QDBusPendingCall& call)
-{
-    QTest::qWait(150);
-    return !call.isFinished();
-}
-
 } // namespace
 
 class tst_NfcAgent : public QObject

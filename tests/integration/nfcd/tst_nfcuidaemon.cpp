@@ -38,33 +38,6 @@ public Q_SLOTS:
     }
 };
 
-QDBusMessage adapterCall(const QString& method, const QVariantList& args = {})
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(QLatin1String(Nfcd::ServiceName),
-                                                          QLatin1String(Nfcd::DefaultAdapterPath),
-                                                          QLatin1String(Nfcd::AdapterInterface), method);
-    message.setArguments(args);
-    return message;
-}
-
-QDBusMessage managerCall(const QString& method, const QVariantList& args = {})
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(QLatin1String(Nfcd::ServiceName),
-                                                          QLatin1String(Nfcd::ManagerPath),
-                                                          QLatin1String(Nfcd::ManagerInterface), method);
-    message.setArguments(args);
-    return message;
-}
-
-bool finishes(QDBusPendingCall& call, int timeoutMs = 10000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!call.isFinished() && timer.elapsed() < timeoutMs)
-        QTest::qWait(5);
-    return call.isFinished();
-}
-
 // An OOB record's payload: length, the address least significant byte first, then EIR structures.
 QByteArray oobPayload(const QByteArray& eir)
 {

@@ -6,15 +6,12 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
-#include <QDir>
-#include <QFile>
 #include <QProcess>
 
-#include "answerpresenter.h"
-#include "dialogserver.h"
+#include "hostedplugin.h"
+#include "pluginloader.h"
 #include "nfcdnames.h"
 #include "nfcdtestsupport.h"
-#include "pluginloader.h"
 
 namespace {
 
@@ -30,15 +27,6 @@ public Q_SLOTS:
     Q_SCRIPTABLE void HandleNdef(const QDBusObjectPath&, const QByteArray& data) { received << data; }
 };
 
-QDBusMessage managerCall(const QString& method, const QVariantList& args)
-{
-    QDBusMessage message = QDBusMessage::createMethodCall(QLatin1String(Nfcd::ServiceName),
-                                                          QLatin1String(Nfcd::ManagerPath),
-                                                          QLatin1String(Nfcd::ManagerInterface), method);
-    message.setArguments(args);
-    return message;
-}
-
 } // namespace
 
 class tst_PluginDaemon : public QObject
@@ -47,25 +35,15 @@ class tst_PluginDaemon : public QObject
 
 private:
     std::unique_ptr<DaemonProcess> daemon;
-    std::unique_ptr<Host::DialogServer> server;
-    std::unique_ptr<Host::AnswerPresenter> presenter;
-    std::unique_ptr<Host::PluginLoader> loader;
-    QStringList shownDialogs;
+    std::unique_ptr<HostedPlugin> plugin;
 
     // Loads the plugin into a server answering every dialog with answer, and waits until the plugin's
     // agent is registered with the daemon.
     void loadPlugin(Host::AnswerPresenter::Answer answer)
     {
-        server = std::make_unique<Host::DialogServer>();
-        presenter = std::make_unique<Host::AnswerPresenter>(answer);
-        server->addPresenter(presenter.get());
-        connect(server.get(), &Host::DialogServer::dialogShown, this,
-                [this](const QString&, const QVariantMap& properties) {
-                    shownDialogs << properties.value(QStringLiteral("class")).toString();
-                });
-        loader = std::make_unique<Host::PluginLoader>(server.get());
+        plugin = std::make_unique<HostedPlugin>(answer);
         QString error;
-        QVERIFY2(loader->load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
+        QVERIFY2(plugin->load(QStringLiteral(NFCUI_PLUGIN_FILE), &error), qPrintable(error));
         QTRY_VERIFY2(daemon->output().contains(QLatin1String("UI agent")), qPrintable(daemon->output()));
     }
 
@@ -83,30 +61,19 @@ private Q_SLOTS:
     {
         QVERIFY2(QDBusConnection::systemBus().isConnected(), "no private system bus");
         // A browser for web links, in this test's own XDG data directory.
-        const QString applications = qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications");
-        QVERIFY2(!qEnvironmentVariableIsEmpty("XDG_DATA_HOME"), "XDG_DATA_HOME is not set (run under scripts/isolated)");
-        QVERIFY(QDir().mkpath(applications));
-        QFile browser(applications + QStringLiteral("/nfcui-test-browser.desktop"));
-        QVERIFY(browser.open(QIODevice::WriteOnly));
-        browser.write("[Desktop Entry]\nType=Application\nName=Test Browser\nExec=/bin/true %u\n"
-                      "MimeType=x-scheme-handler/http;x-scheme-handler/https;\n");
-        browser.close();
-        // GIO finds scheme handlers through the directory's mimeinfo.cache.
-        QCOMPARE(QProcess::execute(QStringLiteral("update-desktop-database"), {applications}), 0);
+        const QString error = HostedPlugin::installTestBrowser();
+        QVERIFY2(error.isEmpty(), qPrintable(error));
     }
 
     void init()
     {
-        shownDialogs.clear();
         daemon = std::make_unique<DaemonProcess>(QStringList{QStringLiteral("--simulator")});
         QVERIFY2(daemon->start(), qPrintable(daemon->error()));
     }
 
     void cleanup()
     {
-        loader.reset();
-        presenter.reset();
-        server.reset();
+        plugin.reset();
         if (daemon)
             QVERIFY(daemon->stop());
         daemon.reset();
@@ -118,7 +85,7 @@ private Q_SLOTS:
         QByteArray out;
         QCOMPARE(sim({QStringLiteral("touch"), QStringLiteral("--uri"), QStringLiteral("http://example.com/")}, &out), 0);
         QCOMPARE(out, QByteArray("granted /com/orvan/nfc/adapter0/tag0\n"));
-        QCOMPARE(shownDialogs, QStringList{QStringLiteral("NfcTagReadPermissionDialog")});
+        QCOMPARE(plugin->shownDialogs(), QStringList{QStringLiteral("NfcTagReadPermissionDialog")});
     }
 
     void aWebLinkDeclinedIsRejected()
@@ -152,7 +119,7 @@ private Q_SLOTS:
         QByteArray out;
         QCOMPARE(sim({QStringLiteral("share-permission"), QStringLiteral("file:///tmp/a.jpg")}, &out), 0);
         QCOMPARE(out, QByteArray("granted\n"));
-        QVERIFY(shownDialogs.isEmpty());
+        QVERIFY(plugin->shownDialogs().isEmpty());
     }
 
     void anUnreadableTagIsAnsweredAtOnce()
@@ -181,7 +148,7 @@ private Q_SLOTS:
         QCOMPARE(sim({QStringLiteral("touch"), QStringLiteral("--text"), QStringLiteral("hello")}, &out), 0);
         QCOMPARE(out, QByteArray("granted /com/orvan/nfc/adapter0/tag0\n"));
         QTRY_COMPARE(application.received.size(), 1);
-        QVERIFY(shownDialogs.isEmpty());
+        QVERIFY(plugin->shownDialogs().isEmpty());
     }
 
     void aSharingPermissionAcceptedIsGranted()
@@ -190,7 +157,7 @@ private Q_SLOTS:
         QByteArray out;
         QCOMPARE(sim({QStringLiteral("share-permission"), QStringLiteral("file:///tmp/a.jpg")}, &out), 0);
         QCOMPARE(out, QByteArray("granted\n"));
-        QCOMPARE(shownDialogs, QStringList{QStringLiteral("NfcSharingPermissionDialog")});
+        QCOMPARE(plugin->shownDialogs(), QStringList{QStringLiteral("NfcSharingPermissionDialog")});
     }
 
     void aSharingPermissionDeclinedIsRejected()
@@ -226,8 +193,8 @@ private Q_SLOTS:
         QProcess sim;
         sim.start(QStringLiteral(NFCUI_SIM_PROGRAM),
                   {QStringLiteral("touch"), QStringLiteral("--uri"), QStringLiteral("http://example.com/")});
-        QTRY_COMPARE(shownDialogs, QStringList{QStringLiteral("NfcTagReadPermissionDialog")});
-        loader->destroyAll();
+        QTRY_COMPARE(plugin->shownDialogs(), QStringList{QStringLiteral("NfcTagReadPermissionDialog")});
+        plugin->loader()->destroyAll();
         QTRY_COMPARE(sim.state(), QProcess::NotRunning);
         QCOMPARE(sim.exitCode(), 4);
         const QByteArray out = sim.readAllStandardOutput();
@@ -240,7 +207,7 @@ private Q_SLOTS:
         QProcess pending;
         pending.start(QStringLiteral(NFCUI_SIM_PROGRAM),
                   {QStringLiteral("touch"), QStringLiteral("--uri"), QStringLiteral("http://example.com/")});
-        QTRY_COMPARE(shownDialogs.size(), 1);
+        QTRY_COMPARE(plugin->shownDialogs().size(), 1);
         // The daemon stops with the call open: the sim loses its daemon, the plugin drops its agent.
         QVERIFY(daemon->stop());
         QTRY_COMPARE(pending.state(), QProcess::NotRunning);
@@ -254,7 +221,7 @@ private Q_SLOTS:
     void destroyingThePluginUnregistersItsAgent()
     {
         loadPlugin(Host::AnswerPresenter::Ok);
-        loader->destroyAll();
+        plugin->loader()->destroyAll();
         QTRY_VERIFY(daemon->output().contains(QLatin1String("unregistered")));
         QByteArray out;
         QCOMPARE(sim({QStringLiteral("touch"), QStringLiteral("--unreadable")}, &out), 2);
