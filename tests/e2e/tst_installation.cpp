@@ -32,9 +32,11 @@ private:
     }
 
     // Runs the installed host with the options until it reports a dialog answered, then stops it.
-    void hostAnswersADialog(const QStringList& arguments, const QString& expected)
+    void hostAnswersADialog(const QStringList& arguments, const QString& expected,
+                            const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
     {
         QProcess host;
+        host.setProcessEnvironment(environment);
         host.setProcessChannelMode(QProcess::MergedChannels);
         host.start(m_prefix + QStringLiteral("/bin/nfcui-host"), arguments + QStringList{"--answer", "ok"});
         QVERIFY(host.waitForStarted());
@@ -96,12 +98,22 @@ private Q_SLOTS:
         const QString build = m_stage.path() + QStringLiteral("/external-build");
         QString output;
         QVERIFY2(run(QStringLiteral("cmake"), {"-S", QStringLiteral(NFCUI_EXTERNAL_PLUGIN_SOURCE), "-B", build,
-                                               "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + m_prefix},
+                                               "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + m_prefix,
+                                               "-DNFCUI_TEST_PLUGIN_SOURCE=" NFCUI_TEST_PLUGIN_SOURCE},
                      &output),
                  qPrintable(output));
         QVERIFY2(run(QStringLiteral("cmake"), {"--build", build}, &output), qPrintable(output));
+        // The plugin shows one question when it is initialized and logs each of its calls.
+        const QString log = m_stage.path() + QStringLiteral("/external-plugin.log");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_DIALOG"), QStringLiteral("Question"));
+        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_LOG"), log);
         hostAnswersADialog({QStringLiteral("--plugin"), build + QStringLiteral("/libexternalplugin.so")},
-                           QStringLiteral("Answering dialog 1 ok"));
+                           QStringLiteral("Answering dialog 1 ok"), environment);
+        QFile file(log);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+                 QStringList({"initialize", "finished 16384", "destroy"}));
     }
 };
 
