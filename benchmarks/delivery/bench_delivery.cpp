@@ -38,13 +38,17 @@
 
 namespace {
 
-// The object the bare round trip calls.
+// The object the bare round trip calls. It notes when the call reaches it, so the round trip's second
+// leg (the reply from the plugin's connection back to the caller) can be told apart.
 class Echo : public QObject
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.orvan.nfc.Bench")
+public:
+    const QElapsedTimer* clock = nullptr;
+    qint64 calledAt = -1;
 public Q_SLOTS:
-    Q_SCRIPTABLE void Ping() {}
+    Q_SCRIPTABLE void Ping() { calledAt = clock->nsecsElapsed(); }
 };
 
 struct TagKind
@@ -83,6 +87,7 @@ struct Harness
     QElapsedTimer clock;
     QDBusConnection daemonBus{QString()};
     BenchDialogServer* server = nullptr;
+    Echo* echo = nullptr;
     int tagNumber = 0;
 
     // One delivery and its answer. Sets the times in ns on clock; false when no reply came.
@@ -119,8 +124,10 @@ struct Harness
         return true;
     }
 
-    bool ping(qint64* elapsed)
+    // A bare round trip: its whole time, and the time from the call reaching the echo to the reply.
+    bool ping(qint64* elapsed, qint64* replyLeg)
     {
+        echo->calledAt = -1;
         QDBusMessage ping = QDBusMessage::createMethodCall(QDBusConnection::systemBus().baseService(),
                                                            QStringLiteral("/bench"),
                                                            QStringLiteral("com.orvan.nfc.Bench"), QStringLiteral("Ping"));
@@ -133,8 +140,10 @@ struct Harness
         });
         if (!Bench::waitFor([&answered] { return answered; }, 10000))
             return false;
-        *elapsed = clock.nsecsElapsed() - start;
-        return true;
+        const qint64 end = clock.nsecsElapsed();
+        *elapsed = end - start;
+        *replyLeg = end - echo->calledAt;
+        return echo->calledAt >= 0;
     }
 };
 
@@ -162,7 +171,7 @@ QString reply(const QString& error)
 int latency(Harness& bench, int perKind, bool accept)
 {
     const int warmUp = 50;
-    std::vector<qint64> bare;
+    std::vector<qint64> bare, bareReplyLeg;
     struct Series
     {
         std::vector<qint64> shown, answerToReply, deliveryToReply;
@@ -173,8 +182,8 @@ int latency(Harness& bench, int perKind, bool accept)
     // Rounds over the kinds, so a change of load during the run falls on every kind alike.
     for (int round = 0; round < perKind + warmUp; ++round) {
         for (size_t k = 0; k < kinds.size(); ++k) {
-            qint64 roundTrip = 0;
-            if (!bench.ping(&roundTrip))
+            qint64 roundTrip = 0, replyLeg = 0;
+            if (!bench.ping(&roundTrip, &replyLeg))
                 return fail(QStringLiteral("a bare round trip got no answer"));
             Harness::Result result;
             if (!bench.deliver(kinds[k].message, &result))
@@ -182,6 +191,7 @@ int latency(Harness& bench, int perKind, bool accept)
             if (round < warmUp)
                 continue;
             bare.push_back(roundTrip);
+            bareReplyLeg.push_back(replyLeg);
             Series& s = series[k];
             s.replies.insert(reply(result.reply));
             if (result.shown >= 0)
@@ -196,7 +206,11 @@ int latency(Harness& bench, int perKind, bool accept)
     const double bare50 = Bench::percentile(bare, 0.5), bare99 = Bench::percentile(bare, 0.99);
     std::printf("answer to every dialog: %s; %d deliveries per kind after %d rounds of warm-up\n",
                 accept ? "Yes" : "Cancel", perKind, warmUp);
-    std::printf("bare QtDBus round trip: n=%zu  p50 %.1f us  p99 %.1f us\n\n", bare.size(), bare50, bare99);
+    std::printf("bare QtDBus round trip: n=%zu  p50 %.1f us  p99 %.1f us\n", bare.size(), bare50, bare99);
+    std::printf("  of which its reply leg (echo called -> reply at the caller): p50 %.1f us  p99 %.1f us "
+                "(p99 x%.2f of the round trip's)\n\n",
+                Bench::percentile(bareReplyLeg, 0.5), Bench::percentile(bareReplyLeg, 0.99),
+                Bench::percentile(bareReplyLeg, 0.99) / bare99);
     std::printf("%-28s %-26s %-32s %-26s %s\n", "tag kind", "delivery -> showDialog", "answer -> reply",
                 "delivery -> reply", "reply");
     std::printf("%-28s %-26s %-32s %-26s %s\n", "", "p50 / p99 us", "p50 / p99 us (p99 / bare p99)",
@@ -345,6 +359,8 @@ int main(int argc, char** argv)
         return fail(QStringLiteral("the plugin registered no agent"));
 
     Echo echo;
+    echo.clock = &bench.clock;
+    bench.echo = &echo;
     QDBusConnection::systemBus().registerObject(QStringLiteral("/bench"), &echo, QDBusConnection::ExportScriptableSlots);
 
     if (soakMode)
