@@ -47,8 +47,10 @@ bool setUpPrivateHome(const QTemporaryDir& home, bool quiet, QString* error)
     qputenv("XDG_CACHE_HOME", QFile::encodeName(home.filePath(QStringLiteral("cache"))));
     qputenv("QT_QPA_PLATFORM", "offscreen");
     // Log lines would be most of what is measured: they are switched off unless asked for.
-    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        qputenv("QT_LOGGING_RULES", quiet ? "*.debug=false\n*.info=false\n*.warning=false" : "*.debug=false\n*.info=false");
+    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES")) {
+        qputenv("QT_LOGGING_RULES",
+                quiet ? "*.debug=false\n*.info=false\n*.warning=false" : "*.debug=false\n*.info=false");
+    }
     const QString applications = home.filePath(QStringLiteral("data/applications"));
     QDir().mkpath(applications);
     QFile browser(applications + QStringLiteral("/bench-browser.desktop"));
@@ -95,8 +97,9 @@ long residentKiB()
 
 int openDescriptors()
 {
-    // The listing's own descriptor is closed again before the count is taken.
-    return int(QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
+    // The count includes the descriptor the listing itself holds open, the same one in every count.
+    const QDir fds(QStringLiteral("/proc/self/fd"));
+    return int(fds.entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System).size());
 }
 
 } // namespace Bench
