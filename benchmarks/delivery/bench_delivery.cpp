@@ -13,6 +13,8 @@
 // Run it on private buses and in a private home:
 //   scripts/isolated build-bench/benchmarks/delivery/bench_delivery [--accept] [DELIVERIES PER KIND]
 //   scripts/isolated build-bench/benchmarks/delivery/bench_delivery --soak [DELIVERIES]
+// The soak counts the data files in /tmp that were not there before it: scripts/benchmark delivery-soak
+// gives it a /tmp of its own (as root), so files other programs make there meanwhile are not counted.
 #include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -148,11 +150,25 @@ struct Harness
     }
 };
 
-QSet<QString> dataFilesInTmp()
+// The data files in /tmp. Other programs' files there can be many (tests of the same machine leave
+// theirs), so the listing streams and keeps only names not in before: a whole list of names would be an
+// allocation as large as /tmp's listing and show up in the resident memory measured after it.
+// When counting is set only the count is kept, so what is measured next does not include the names.
+QSet<QString> dataFilesInTmp(const QSet<QString>& before = QSet<QString>(), int* counting = nullptr)
 {
-    const QStringList names = QDir(QStringLiteral("/tmp")).entryList({QStringLiteral("nfc-mime-tag-content-*")},
-                                                                     QDir::Files | QDir::Hidden | QDir::System);
-    return QSet<QString>(names.begin(), names.end());
+    QSet<QString> files;
+    QDirIterator it(QStringLiteral("/tmp"), {QStringLiteral("nfc-mime-tag-content-*")},
+                    QDir::Files | QDir::Hidden | QDir::System);
+    while (it.hasNext()) {
+        const QString name = it.next();
+        if (before.contains(name))
+            continue;
+        if (counting)
+            ++*counting;
+        else
+            files.insert(name);
+    }
+    return files;
 }
 
 QSet<QString> filesUnder(const QString& path)
@@ -274,18 +290,20 @@ int soak(Harness& bench, ConnectivityDialogPluginInterface* plugin, const QStrin
     QCoreApplication::processEvents();
     const long rssEnd = Bench::residentKiB();
     const int fdsEnd = Bench::openDescriptors();
-    const QSet<QString> tmpPending = dataFilesInTmp() - tmpBefore;
+    int tmpPending = 0;
+    dataFilesInTmp(tmpBefore, &tmpPending);
     // The data files of the last deliveries are kept 20 s after their handlers; once they are gone,
     // what remains is what the deliveries left behind.
-    Bench::waitFor([] { return false; }, 21000);
+    Bench::idle(21000);
     const long rssSettled = Bench::residentKiB();
     const int fdsSettled = Bench::openDescriptors();
-    const QSet<QString> tmpSettled = dataFilesInTmp() - tmpBefore;
+    int tmpSettled = 0;
+    dataFilesInTmp(tmpBefore, &tmpSettled);
 
     plugin->destroy();
-    Bench::waitFor([] { return false; }, 200); // deferred deletions and clean-up
+    Bench::idle(200); // deferred deletions and clean-up
     const int fdsDestroyed = Bench::openDescriptors();
-    const QSet<QString> tmpLeft = dataFilesInTmp() - tmpBefore;
+    const QSet<QString> tmpLeft = dataFilesInTmp(tmpBefore);
     const QSet<QString> homeLeft = filesUnder(home) - homeBefore;
 
     std::printf("answer to every dialog: %s; %d deliveries cycling over %zu tag kinds after %d of warm-up, "
@@ -300,7 +318,7 @@ int soak(Harness& bench, ConnectivityDialogPluginInterface* plugin, const QStrin
                 fdsEnd, fdsSettled, fdsDestroyed);
     std::printf("/tmp/nfc-mime-tag-content-*: %d pending at the end (removed 20 s after their handler), "
                 "%d 21 s later, %d left after destroy()\n",
-                int(tmpPending.size()), int(tmpSettled.size()), int(tmpLeft.size()));
+                tmpPending, tmpSettled, int(tmpLeft.size()));
     std::printf("files written in the private home during the run: %d\n", int(homeLeft.size()));
     int listed = 0;
     for (const QString& file : tmpLeft + homeLeft) {

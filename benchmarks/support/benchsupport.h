@@ -17,6 +17,9 @@ double percentile(std::vector<qint64> values, double p);
 // Runs the event loop until done() holds; false after timeoutMs.
 bool waitFor(const std::function<bool()>& done, int timeoutMs);
 
+// Runs the event loop for ms milliseconds, as an idle server does.
+void idle(int ms);
+
 // Points HOME and the XDG directories into home, switches debug and info lines off, and warnings too when
 // quiet (unless QT_LOGGING_RULES says otherwise), and installs a web browser's desktop entry for http and https with
 // its MIME cache. False with the reason in error when something is missing.
