@@ -32,9 +32,11 @@ private:
     }
 
     // Runs the installed host with the options until it reports a dialog answered, then stops it.
-    void hostAnswersADialog(const QStringList& arguments, const QString& expected)
+    void hostAnswersADialog(const QStringList& arguments, const QString& expected,
+                            const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment())
     {
         QProcess host;
+        host.setProcessEnvironment(environment);
         host.setProcessChannelMode(QProcess::MergedChannels);
         host.start(m_prefix + QStringLiteral("/bin/nfcui-host"), arguments + QStringList{"--answer", "ok"});
         QVERIFY(host.waitForStarted());
@@ -69,7 +71,8 @@ private Q_SLOTS:
         for (const char* file :
              {"bin/nfcui-host", "bin/nfcui-sim", "bin/nfcui-ndef", "sbin/nfcui-daemon",
               NFCUI_LIBDIR "/nfc-ui/plugins/libnfcagentdialogplugin.so", "share/nfc-ui/translations/nfc-ui_en.qm",
-              "share/nfc-ui/translations/nfc-ui_fi.qm", "share/nfc-ui/translations/nfcui-host_fi.qm",
+              "share/nfc-ui/translations/nfc-ui_fi.qm", "share/nfc-ui/translations/nfcui-host_en.qm",
+              "share/nfc-ui/translations/nfcui-host_fi.qm",
               "share/dbus-1/system.d/com.orvan.nfc.conf",
               "share/dbus-1/interfaces/com.orvan.DialogServer.Automation.xml",
               "share/dbus-1/services/com.orvan.DialogServer.service",
@@ -95,12 +98,22 @@ private Q_SLOTS:
         const QString build = m_stage.path() + QStringLiteral("/external-build");
         QString output;
         QVERIFY2(run(QStringLiteral("cmake"), {"-S", QStringLiteral(NFCUI_EXTERNAL_PLUGIN_SOURCE), "-B", build,
-                                               "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + m_prefix},
+                                               "-G", "Ninja", "-DCMAKE_PREFIX_PATH=" + m_prefix,
+                                               "-DNFCUI_TEST_PLUGIN_SOURCE=" NFCUI_TEST_PLUGIN_SOURCE},
                      &output),
                  qPrintable(output));
         QVERIFY2(run(QStringLiteral("cmake"), {"--build", build}, &output), qPrintable(output));
+        // The plugin shows one question when it is initialized and logs each of its calls.
+        const QString log = m_stage.path() + QStringLiteral("/external-plugin.log");
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_DIALOG"), QStringLiteral("Question"));
+        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_LOG"), log);
         hostAnswersADialog({QStringLiteral("--plugin"), build + QStringLiteral("/libexternalplugin.so")},
-                           QStringLiteral("Answering dialog 1 ok"));
+                           QStringLiteral("Answering dialog 1 ok"), environment);
+        QFile file(log);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts),
+                 QStringList({"initialize", "finished 16384", "destroy"}));
     }
 };
 

@@ -13,30 +13,22 @@
 #include <csignal>
 
 #include "automationtypes.h"
+#include "testpluginlog.h"
 
 class tst_NfcuiHost : public QObject
 {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_dir;
+    TestPluginLog m_log;
     QString m_stderr;
-
-    QString pluginLog() const { return m_dir.filePath(QStringLiteral("plugin.log")); }
-    QStringList pluginLogLines() const
-    {
-        QFile file(pluginLog());
-        if (!file.open(QIODevice::ReadOnly))
-            return QStringList();
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
 
     std::unique_ptr<QProcess> start(const QStringList& arguments, const QString& dialogText = QString(),
                                     const QProcessEnvironment& extra = QProcessEnvironment())
     {
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_LOG"), pluginLog());
+        environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_LOG"), m_log.path());
         if (!dialogText.isEmpty())
             environment.insert(QStringLiteral("NFCUI_TEST_PLUGIN_DIALOG"), dialogText);
         for (const QString& key : extra.keys())
@@ -80,17 +72,17 @@ private:
     }
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY(m_dir.isValid()); }
+    void initTestCase() { QVERIFY(m_log.isValid()); }
 
     void init()
     {
-        QFile::remove(pluginLog());
+        m_log.clear();
         m_stderr.clear();
     }
 
     void aMissingPluginIsAnErrorNamingIt()
     {
-        const QString missing = m_dir.filePath(QStringLiteral("libmissing.so"));
+        const QString missing = m_log.filePath(QStringLiteral("libmissing.so"));
         QCOMPARE(run({QStringLiteral("--plugin"), missing}), 1);
         QVERIFY2(m_stderr.contains(missing + QStringLiteral(": no such file")), qPrintable(m_stderr));
         QVERIFY2(m_stderr.contains(QStringLiteral("nfcui-host: no plugin could be loaded")), qPrintable(m_stderr));
@@ -113,7 +105,7 @@ private Q_SLOTS:
         QVERIFY2(m_stderr.contains(plugins.filePath(QStringLiteral("libbad.so"))
                                    + QStringLiteral(": QObject is not a ConnectivityDialogPluginInterface")),
                  qPrintable(m_stderr));
-        QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize"}));
         QVERIFY(stop(host.get(), SIGTERM));
     }
 
@@ -122,7 +114,7 @@ private Q_SLOTS:
         QCOMPARE(run({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                       QStringLiteral("--answer"), QStringLiteral("maybe")}), 2);
         QVERIFY2(m_stderr.contains(QStringLiteral("--answer takes ok, cancel or none, not \"maybe\"")), qPrintable(m_stderr));
-        QVERIFY(pluginLogLines().isEmpty());
+        QVERIFY(m_log.lines().isEmpty());
     }
 
     void sigtermDestroysThePlugins()
@@ -130,7 +122,7 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
         QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
         QVERIFY(stop(host.get(), SIGTERM));
-        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
     }
 
     void sigintDestroysThePlugins()
@@ -138,7 +130,7 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
         QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
         QVERIFY(stop(host.get(), SIGINT));
-        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
     }
 
     void answerOkAnswersEveryDialog()
@@ -146,7 +138,7 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                            QStringLiteral("--answer"), QStringLiteral("ok")},
                           QStringLiteral("Question"));
-        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 16384"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 16384"}), 10000);
         QVERIFY(stop(host.get(), SIGTERM));
     }
 
@@ -155,7 +147,7 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                            QStringLiteral("--answer"), QStringLiteral("cancel")},
                           QStringLiteral("Question"));
-        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 65536"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 65536"}), 10000);
         QVERIFY(stop(host.get(), SIGTERM));
     }
 
@@ -187,20 +179,20 @@ private Q_SLOTS:
             QStringLiteral("com.orvan.DialogServer.Automation"), QStringLiteral("Answer"));
         answer.setArguments({dialogs.first().id, 0x10000, QString(), false});
         QCOMPARE(bus.call(answer).type(), QDBusMessage::ReplyMessage);
-        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 65536"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 65536"}), 10000);
         QVERIFY(stop(host.get(), SIGTERM));
-        QCOMPARE(pluginLogLines(), QStringList({"initialize", "finished 65536", "destroy"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "finished 65536", "destroy"}));
     }
 
     void screenshotsAreSavedWithoutADisplay()
     {
-        const QString shots = m_dir.filePath(QStringLiteral("shots"));
+        const QString shots = m_log.filePath(QStringLiteral("shots"));
         QProcessEnvironment environment;
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QString());
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                            QStringLiteral("--answer"), QStringLiteral("ok"), QStringLiteral("--screenshots"), shots},
                           QStringLiteral("Question"), environment);
-        QTRY_COMPARE_WITH_TIMEOUT(pluginLogLines(), QStringList({"initialize", "finished 16384"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 16384"}), 10000);
         QVERIFY(stop(host.get(), SIGTERM));
         const QImage image(shots + QStringLiteral("/001-MessageBox.png"));
         QVERIFY2(!image.isNull(), qPrintable(m_stderr));
@@ -215,7 +207,7 @@ private Q_SLOTS:
                       QStringLiteral("--automation")}), 3);
         bus.unregisterService(QStringLiteral("com.orvan.DialogServer"));
         QVERIFY2(m_stderr.contains(QStringLiteral("the name com.orvan.DialogServer is already taken")), qPrintable(m_stderr));
-        QVERIFY(pluginLogLines().isEmpty());
+        QVERIFY(m_log.lines().isEmpty());
     }
 
     void anUnreachableSessionBusIsAnError()

@@ -6,22 +6,14 @@
 #include "connectivitydialogplugininterface.h"
 #include "dialogserver.h"
 #include "pluginloader.h"
+#include "testpluginlog.h"
 
 class tst_PluginLoader : public QObject
 {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_dir;
-
-    QString pluginLog() const { return m_dir.filePath(QStringLiteral("plugin.log")); }
-    QStringList pluginLogLines() const
-    {
-        QFile file(pluginLog());
-        if (!file.open(QIODevice::ReadOnly))
-            return QStringList();
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
+    TestPluginLog m_log;
 
     // Loads a library that must be refused; *reason is what was reported for it.
     void refuse(const QString& file, QString* reason)
@@ -38,11 +30,11 @@ private:
 private Q_SLOTS:
     void initTestCase()
     {
-        QVERIFY(m_dir.isValid());
-        qputenv("NFCUI_TEST_PLUGIN_LOG", pluginLog().toUtf8());
+        QVERIFY(m_log.isValid());
+        qputenv("NFCUI_TEST_PLUGIN_LOG", m_log.path().toUtf8());
     }
 
-    void init() { QFile::remove(pluginLog()); }
+    void init() { m_log.clear(); }
 
     void theBuiltPluginIsLoadedInitializedAndDestroyed()
     {
@@ -65,12 +57,12 @@ private Q_SLOTS:
             Host::DialogServer server;
             Host::PluginLoader loader(&server);
             QVERIFY(loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)));
-            QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+            QCOMPARE(m_log.lines(), QStringList({"initialize"}));
             loader.destroyAll();
             loader.destroyAll();
-            QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+            QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
         }
-        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
     }
 
     void theLoaderDestroysItsPluginsWhenItGoes()
@@ -80,12 +72,12 @@ private Q_SLOTS:
             Host::PluginLoader loader(&server);
             QVERIFY(loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)));
         }
-        QCOMPARE(pluginLogLines(), QStringList({"initialize", "destroy"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
     }
 
     void aMissingFileIsReportedWithItsPath()
     {
-        const QString missing = m_dir.filePath(QStringLiteral("libmissing.so"));
+        const QString missing = m_log.filePath(QStringLiteral("libmissing.so"));
         QString reason;
         refuse(missing, &reason);
         if (QTest::currentTestFailed())
@@ -95,7 +87,7 @@ private Q_SLOTS:
 
     void aFileThatIsNoLibraryIsReportedWithTheLoadersReason()
     {
-        const QString path = m_dir.filePath(QStringLiteral("libtext.so"));
+        const QString path = m_log.filePath(QStringLiteral("libtext.so"));
         QFile file(path);
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write("not a library\n");
@@ -126,7 +118,7 @@ private Q_SLOTS:
             return;
         QCOMPARE(reason, path + QStringLiteral(": verification data has pattern \"SOMETHING_ELSE\" instead "
                                                       "of QT_PLUGIN_VERIFICATION_DATA"));
-        QVERIFY(pluginLogLines().isEmpty());
+        QVERIFY(m_log.lines().isEmpty());
     }
 
     void anInstanceFunctionWithoutObjectIsReported()
@@ -158,7 +150,7 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("already loaded$")));
         QVERIFY(!loader.load(QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING), &error));
         QVERIFY(error.endsWith(QStringLiteral(": already loaded")));
-        QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize"}));
     }
 
     void aDirectoryLoadsItsGoodLibrariesAndSkipsTheBrokenOnes()
@@ -180,14 +172,14 @@ private Q_SLOTS:
         QCOMPARE(loader.loadDirectory(plugins.path()), 1);
         QCOMPARE(loader.loadedFiles(), QStringList({plugins.filePath(QStringLiteral("libtestplugin_recording.so"))}));
         QCOMPARE(loader.failures().size(), 2);
-        QCOMPARE(pluginLogLines(), QStringList({"initialize"}));
+        QCOMPARE(m_log.lines(), QStringList({"initialize"}));
     }
 
     void aMissingDirectoryIsReported()
     {
         Host::DialogServer server;
         Host::PluginLoader loader(&server);
-        const QString missing = m_dir.filePath(QStringLiteral("nowhere"));
+        const QString missing = m_log.filePath(QStringLiteral("nowhere"));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no such directory$")));
         QCOMPARE(loader.loadDirectory(missing), 0);
         QCOMPARE(loader.failures(), QStringList({missing + QStringLiteral(": no such directory")}));
