@@ -14,23 +14,17 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QFile>
-#include <QLibrary>
-#include <QPointer>
-#include <QProcess>
 #include <QTemporaryDir>
-#include <QTimer>
 
-#include <algorithm>
 #include <cstdio>
 #include <vector>
 
 #include "adapterobject.h"
+#include "benchdialogserver.h"
+#include "benchsupport.h"
 #include "connectivitydialogplugininterface.h"
-#include "connectivitydialogserverinterface.h"
 #include "managerobject.h"
 #include "ndefmessagehandler.h"
 #include "ndefwriter.h"
@@ -38,35 +32,6 @@
 #include "nfcdnames.h"
 
 namespace {
-
-typedef QObject* (*InstanceFunction)();
-
-// Records when each dialog is shown and declines it on the next turn of the event loop.
-class BenchServer : public ConnectivityDialogServerInterface
-{
-public:
-    QElapsedTimer* clock = nullptr;
-    qint64 shownAt = -1;
-    int shown = 0;
-
-    void showDialog(ConnUi::Dialog* dialog) override
-    {
-        shownAt = clock->nsecsElapsed();
-        ++shown;
-        QPointer<QObject> guarded(reinterpret_cast<QObject*>(dialog));
-        QTimer::singleShot(0, [guarded] {
-            if (!guarded)
-                return;
-            QMetaObject::invokeMethod(guarded, "appear");
-            QMetaObject::invokeMethod(guarded, "done", Q_ARG(int, 0x400000)); // Cancel
-        });
-    }
-    void closeDialog(ConnUi::Dialog* dialog) override
-    {
-        reinterpret_cast<QObject*>(dialog)->deleteLater();
-    }
-    void setProperty(const QString&, const QVariant&) override {}
-};
 
 // The object the bare round trip calls.
 class Echo : public QObject
@@ -76,25 +41,6 @@ class Echo : public QObject
 public Q_SLOTS:
     Q_SCRIPTABLE void Ping() {}
 };
-
-double percentile(std::vector<qint64> values, double p)
-{
-    std::sort(values.begin(), values.end());
-    const size_t index = std::min(values.size() - 1, size_t(p * double(values.size() - 1) + 0.5));
-    return double(values[index]) / 1000.0;
-}
-
-bool waitFor(const std::function<bool()>& done, int timeoutMs)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > timeoutMs)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return true;
-}
 
 int fail(const char* message)
 {
@@ -112,28 +58,10 @@ int main(int argc, char** argv)
         return fail("run it on private buses: scripts/with-private-buses bench_agentdelivery [touches]");
     // A web browser for the URI, in XDG directories of the benchmark's own.
     QTemporaryDir home;
-    if (!home.isValid())
-        return fail("no temporary directory");
-    qputenv("HOME", QFile::encodeName(home.path()));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(home.filePath(QStringLiteral("data"))));
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(QStringLiteral("config"))));
-    qputenv("XDG_CACHE_HOME", QFile::encodeName(home.filePath(QStringLiteral("cache"))));
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    // Log lines would be most of what is measured: the daemon's and the plugin's are switched off.
-    if (qEnvironmentVariableIsEmpty("QT_LOGGING_RULES"))
-        qputenv("QT_LOGGING_RULES", "*.debug=false\n*.info=false");
-    const QString applications = home.filePath(QStringLiteral("data/applications"));
-    QDir().mkpath(applications);
-    QFile browser(applications + QStringLiteral("/bench-browser.desktop"));
-    if (!browser.open(QIODevice::WriteOnly))
-        return fail("cannot write the browser's desktop entry");
-    browser.write("[Desktop Entry]\nType=Application\nName=Bench Browser\nExec=/bin/true %u\n"
-                  "MimeType=x-scheme-handler/http;\n");
-    browser.close();
-
+    QString error;
+    if (!Bench::setUpPrivateHome(home, false, &error))
+        return fail(qPrintable(error));
     QCoreApplication app(argc, argv);
-    if (QProcess::execute(QStringLiteral("update-desktop-database"), {applications}) != 0)
-        return fail("update-desktop-database is missing (desktop-file-utils)");
     const int touches = argc > 1 ? QByteArray(argv[1]).toInt() : 2000;
     const int roundTrips = std::max(touches, 2000);
     const int warmUp = 50;
@@ -151,21 +79,16 @@ int main(int argc, char** argv)
     // The plugin, as a dialog server loads it.
     QElapsedTimer clock;
     clock.start();
-    BenchServer server;
-    server.clock = &clock;
-    QLibrary library(QStringLiteral(NFCUI_PLUGIN_FILE));
-    if (!library.load())
-        return fail(qPrintable(library.errorString()));
-    auto instance = reinterpret_cast<InstanceFunction>(library.resolve("qt_plugin_instance"));
-    auto* plugin = instance ? qobject_cast<ConnectivityDialogPluginInterface*>(instance()) : nullptr;
+    BenchDialogServer server(&clock, 0x400000); // Cancel
+    ConnectivityDialogPluginInterface* plugin = Bench::loadDialogPlugin(QStringLiteral(NFCUI_PLUGIN_FILE), &error);
     if (!plugin)
-        return fail("the library holds no dialog plugin");
+        return fail(qPrintable(error));
     // The plugin starts first and finds the daemon when it takes its name: the adapter's start-up
     // questions are asynchronous then, and one thread can serve both ends.
     plugin->initialize(&server);
     if (!daemonBus.registerService(QLatin1String(Nfcd::ServiceName)))
         return fail("cannot own com.orvan.nfc");
-    if (!waitFor([&daemon] { return daemon.hasAgent(); }, 10000))
+    if (!Bench::waitFor([&daemon] { return daemon.hasAgent(); }, 10000))
         return fail("the plugin registered no agent");
 
     // Bare round trips: the daemon's connection calls an empty method on the plugin's connection.
@@ -184,7 +107,7 @@ int main(int argc, char** argv)
             answered = true;
             watcher->deleteLater();
         });
-        if (!waitFor([&answered] { return answered; }, 10000))
+        if (!Bench::waitFor([&answered] { return answered; }, 10000))
             return fail("a bare round trip got no answer");
         if (i >= warmUp)
             bare.push_back(clock.nsecsElapsed() - start);
@@ -204,7 +127,7 @@ int main(int argc, char** argv)
                 total.start();
             bool answered = false;
             QString error;
-            server.shownAt = -1;
+            server.reset();
             const qint64 start = clock.nsecsElapsed();
             if (withTouch) {
                 daemon.touchTag(uriTag, [&answered, &error](const QDBusError& e, const QDBusObjectPath&) {
@@ -225,7 +148,7 @@ int main(int argc, char** argv)
                     watcher->deleteLater();
                 });
             }
-            if (!waitFor([&answered] { return answered; }, 20000))
+            if (!Bench::waitFor([&answered] { return answered; }, 20000))
                 return fail("a delivery got no answer");
             if (error != QLatin1String(Nfcd::AgentErrorRejected) || server.shownAt < 0) {
                 std::fprintf(stderr, "bench_agentdelivery: touch %d answered %s, dialog shown %s\n", i,
@@ -241,9 +164,9 @@ int main(int argc, char** argv)
     }
 
     plugin->destroy();
-    const double bare50 = percentile(bare, 0.5), bare99 = percentile(bare, 0.99);
-    const double touch50 = percentile(touchDelivery, 0.5), touch99 = percentile(touchDelivery, 0.99);
-    const double del50 = percentile(bareDelivery, 0.5), del99 = percentile(bareDelivery, 0.99);
+    const double bare50 = Bench::percentile(bare, 0.5), bare99 = Bench::percentile(bare, 0.99);
+    const double touch50 = Bench::percentile(touchDelivery, 0.5), touch99 = Bench::percentile(touchDelivery, 0.99);
+    const double del50 = Bench::percentile(bareDelivery, 0.5), del99 = Bench::percentile(bareDelivery, 0.99);
     std::printf("bare QtDBus round trip                      n=%zu  p50 %8.1f us  p99 %8.1f us\n", bare.size(),
                 bare50, bare99);
     std::printf("touch: DataDeliveryRequested -> showDialog  n=%zu  p50 %8.1f us  p99 %8.1f us  "
