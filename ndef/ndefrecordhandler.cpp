@@ -13,7 +13,10 @@
 #include <QTimerEvent>
 #include <QUrl>
 
+#include <cstdio>
 #include <deque>
+#include <memory>
+#include <unistd.h>
 
 #include "contactexporter.h"
 #include "ndefrecord.h"
@@ -26,7 +29,9 @@
 namespace {
 
 const int dataFileRemovalDelay = 20000; // ms, time for the launched application to open the file
+const int removalBatchMs = 250;         // files due within this much of each other are removed together
 const char dataFileTemplate[] = "/tmp/nfc-mime-tag-content-XXXXXX";
+const char dataFilePrefix[] = "/tmp/nfc-mime-tag-content-"; // the template without its unique suffix
 const char contactCardType[] = "text/x-vcard";
 const char directoryType[] = "text/directory";
 const char storeLinkType[] = "quandel:link";
@@ -88,9 +93,14 @@ QString utf16(const QByteArray& bytes, int from, bool bigEndian, bool keepOddByt
     return text;
 }
 
-// The data files of handlers that are gone, each removed when its delay has passed. One timer serves
-// them all, armed for the oldest. Whatever is still pending when the plugin is destroyed, or when the
-// process ends or unloads the library, is removed then: a file must never outlive the dialog server.
+// The data files of handlers that are gone, each removed once its delay has passed, oldest first. A
+// pending file costs one small entry: its deadline and the part of its name after the fixed prefix.
+// Only a file whose object was handed out by dataFile() keeps that object until its deadline (whoever
+// holds the pointer may still read the name), guarded, so that deleting it early removes the file
+// sooner and nothing more. One timer serves the whole queue, armed for the oldest entry and a short
+// batch after it, so that a steady stream of files wakes the event loop a few times a second rather
+// than once per file. Whatever is still pending when the plugin is destroyed, or when the process ends
+// or unloads the library, is removed then: a file must never outlive the dialog server.
 class PendingDataFiles : public QObject
 {
 public:
@@ -100,19 +110,37 @@ public:
         return pending;
     }
 
-    void add(QTemporaryFile* file)
+    // The file of a handler that is gone: by its object when one was handed out, else by its name.
+    void add(QTemporaryFile* file, const QString& name)
     {
-        m_files.push_back(Pending{QPointer<QTemporaryFile>(file), QDeadlineTimer(dataFileRemovalDelay)});
+        Pending pending;
+        pending.due = now() + dataFileRemovalDelay;
+        const QByteArray encoded = QFile::encodeName(name);
+        const int prefixLength = int(sizeof(dataFilePrefix)) - 1;
+        if (!file && encoded.startsWith(dataFilePrefix) && encoded.size() - prefixLength < int(sizeof(pending.suffix))) {
+            qstrncpy(pending.suffix, encoded.constData() + prefixLength, sizeof(pending.suffix));
+        } else {
+            // A name the entry cannot hold (never made from the fixed template) keeps its object.
+            if (!file) {
+                file = new QTemporaryFile;
+                file->setFileName(name);
+            }
+            pending.file = file;
+        }
+        m_files.push_back(std::move(pending));
         if (!m_timer.isActive())
-            m_timer.start(dataFileRemovalDelay, this);
+            arm();
     }
 
     void removeAll()
     {
         m_timer.stop();
-        for (const Pending& pending : m_files)
-            delete pending.file.data();
-        m_files.clear();
+        while (!m_files.empty()) {
+            remove(m_files.front());
+            m_files.pop_front();
+        }
+        // Hands the queue's blocks back: after a burst it would otherwise keep its largest size.
+        std::deque<Pending>().swap(m_files);
     }
 
 protected:
@@ -121,12 +149,15 @@ protected:
         if (event->timerId() != m_timer.timerId())
             return;
         m_timer.stop();
-        while (!m_files.empty() && m_files.front().removal.hasExpired()) {
-            delete m_files.front().file.data();
+        const qint64 current = now();
+        while (!m_files.empty() && m_files.front().due <= current) {
+            remove(m_files.front());
             m_files.pop_front();
         }
-        if (!m_files.empty())
-            m_timer.start(int(m_files.front().removal.remainingTime()), this);
+        if (m_files.empty())
+            std::deque<Pending>().swap(m_files);
+        else
+            arm();
     }
 
 private:
@@ -135,10 +166,30 @@ private:
 
     struct Pending
     {
-        // Guarded: whoever else deletes a file early removes it sooner, nothing more.
+        qint64 due = 0;        // ms on the monotonic clock
+        char suffix[8] = {};   // the name after dataFilePrefix, NUL-terminated; empty when file is set
         QPointer<QTemporaryFile> file;
-        QDeadlineTimer removal;
     };
+
+    static qint64 now() { return QDeadlineTimer::current(Qt::PreciseTimer).deadline(); }
+
+    static void remove(const Pending& pending)
+    {
+        if (pending.file.isNull() && pending.suffix[0]) {
+            char name[sizeof(dataFilePrefix) + sizeof(pending.suffix)];
+            std::snprintf(name, sizeof(name), "%s%s", dataFilePrefix, pending.suffix);
+            ::unlink(name);
+        }
+        delete pending.file.data();
+    }
+
+    // Late by at most removalBatchMs, never early: files due close together go in one wake-up.
+    void arm()
+    {
+        const qint64 wait = qMax<qint64>(0, m_files.front().due - now()) + removalBatchMs;
+        m_timer.start(int(wait), Qt::PreciseTimer, this);
+    }
+
     // Added in order of their deadlines, since every delay is the same.
     std::deque<Pending> m_files;
     QBasicTimer m_timer;
@@ -171,8 +222,8 @@ NdefRecordHandler::NdefRecordHandler(const NDEFRecord* record)
 NdefRecordHandler::~NdefRecordHandler()
 {
     // The application launched on the data file may not have opened it yet.
-    if (d->dataFile)
-        PendingDataFiles::instance().add(d->dataFile);
+    if (!d->dataFileName.isEmpty())
+        PendingDataFiles::instance().add(d->dataFile, d->dataFileName);
     delete d;
 }
 
@@ -203,7 +254,18 @@ QList<ContentAction::Action> NdefRecordHandler::actions() const
 
 QTemporaryFile* NdefRecordHandler::dataFile() const
 {
+    // Made on first request: a handler whose file object nobody asks for leaves only the file's name
+    // pending after it is gone.
+    if (!d->dataFile && !d->dataFileName.isEmpty()) {
+        d->dataFile = new QTemporaryFile;
+        d->dataFile->setFileName(d->dataFileName);
+    }
     return d->dataFile;
+}
+
+QString NdefRecordHandler::dataFileName() const
+{
+    return d->dataFileName;
 }
 
 const URINDEFRecord* NdefRecordHandler::uriRecord() const
@@ -529,7 +591,7 @@ void NdefRecordHandlerPrivate::createContentActionsForUri()
 void NdefRecordHandlerPrivate::createContentActionsForMime(const QString& mimeType)
 {
     const bool contactCard = mimeType.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive);
-    const QUrl url = QUrl::fromLocalFile(dataFile->fileName());
+    const QUrl url = QUrl::fromLocalFile(dataFileName);
 
     if (contactCard) {
         actions.clear();
@@ -646,43 +708,39 @@ void NdefRecordHandlerPrivate::saveDefaultApplicationDatabase()
 
 bool NdefRecordHandlerPrivate::saveRecordData()
 {
-    if (dataFile)
+    if (!dataFileName.isEmpty())
         return true;
 
     const QString typeName = utf8(record->getType().getName());
-    dataFile = new QTemporaryFile(QLatin1String(dataFileTemplate));
-    if (!dataFile->open()) {
+    // The temporary file object makes the file and writes it; once the payload is in, only the name
+    // is kept, and neither an object nor a descriptor stays with a saved file. dataFile() makes an
+    // object for the name when asked.
+    std::unique_ptr<QTemporaryFile> file(new QTemporaryFile(QLatin1String(dataFileTemplate)));
+    if (!file->open()) {
         qWarning("temp file writting failed - handling mime tag. ");
-        delete dataFile;
-        dataFile = nullptr;
         return false;
     }
     // A payload cut short by a full file system would be handed to an application as if whole: it
     // fails the save like a file that cannot be made.
     const QByteArray payload = record->getPayload();
-    const bool written = dataFile->write(payload) == payload.size() && dataFile->flush();
-    // A closed temporary file still holds its descriptor. Giving the object its own name again
-    // drops the descriptor, while the file stays on disk under that name and is still removed
-    // with the object.
-    dataFile->close();
-    dataFile->setFileName(dataFile->fileName());
+    const bool written = file->write(payload) == payload.size() && file->flush();
+    file->close();
     if (!written) {
         qWarning("temp file writting failed - handling mime tag. ");
-        delete dataFile;
-        dataFile = nullptr;
-        return false;
+        return false; // the object removes the file
     }
+    const QString name = file->fileName();
 
     if (typeName.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive)) {
-        QString name;
+        QString contactName;
         QString details;
-        if (!ContactExporter::resolveContactInfo(QFileInfo(dataFile->fileName()), name, details)) {
+        if (!ContactExporter::resolveContactInfo(QFileInfo(name), contactName, details)) {
             qWarning("Tag contains corrupted contact information");
-            delete dataFile;
-            dataFile = nullptr;
-            return false;
+            return false; // the object removes the file
         }
     }
+    file->setAutoRemove(false);
+    dataFileName = name;
     return true;
 }
 
