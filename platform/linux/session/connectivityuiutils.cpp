@@ -9,7 +9,9 @@
 #include "uiindications.h"
 #include "unwaitedcall.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
+#include <QPointer>
 
 namespace {
 
@@ -33,8 +35,16 @@ void simulateUserActivity()
         warnOnce(QStringLiteral("org.freedesktop.DBus.Error.NoServer"), QStringLiteral("no session bus"));
         return;
     }
-    ScreenSaverProxy screenSaver(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus);
-    UnwaitedCall::onFailure(screenSaver.SimulateUserActivity(),
+    // One proxy for the life of the application. A proxy made for each call would add a match rule, a
+    // blocking GetNameOwner round trip and the match rule's removal to every tag touch, and keep the
+    // bus busy just when the answer to the touch's dialog is sent.
+    static QPointer<ScreenSaverProxy> screenSaver;
+    if (!screenSaver || screenSaver->connection().name() != bus.name()) {
+        delete screenSaver.data();
+        screenSaver = new ScreenSaverProxy(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus,
+                                           QCoreApplication::instance());
+    }
+    UnwaitedCall::onFailure(screenSaver->SimulateUserActivity(),
                             [](const QDBusError& error) { warnOnce(error.name(), error.message()); });
 }
 
