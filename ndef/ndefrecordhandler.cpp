@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <deque>
 #include <memory>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "contactexporter.h"
@@ -93,14 +94,91 @@ QString utf16(const QByteArray& bytes, int from, bool bigEndian, bool keepOddByt
     return text;
 }
 
+// The files of handlers that are gone, known by name only: deadline and the part of the name after the
+// fixed prefix, 16 bytes each, oldest first. They live in a ring mapped apart from the heap, grown by
+// doubling: at a thousand MIME tags a second some twenty thousand files are pending at a time, and
+// once they are gone the ring's memory goes back to the system whole, instead of leaving pages of the
+// heap pinned by whatever was allocated between its blocks. The first page is kept for the next file.
+class PendingNameRing
+{
+public:
+    struct Entry
+    {
+        qint64 due;     // ms on the monotonic clock
+        char suffix[8]; // the name after dataFilePrefix, NUL-terminated
+    };
+
+    PendingNameRing() = default;
+    ~PendingNameRing() { release(); }
+
+    bool empty() const { return m_count == 0; }
+    const Entry& front() const { return m_entries[m_head]; }
+
+    // False when no memory could be had for it.
+    bool push(const Entry& entry)
+    {
+        if (m_count == m_capacity && !grow())
+            return false;
+        m_entries[(m_head + m_count) % m_capacity] = entry;
+        ++m_count;
+        return true;
+    }
+
+    void pop()
+    {
+        m_head = (m_head + 1) % m_capacity;
+        if (--m_count == 0) {
+            m_head = 0;
+            if (m_capacity > firstCapacity)
+                release();
+        }
+    }
+
+    void release()
+    {
+        if (m_entries)
+            ::munmap(m_entries, m_capacity * sizeof(Entry));
+        m_entries = nullptr;
+        m_capacity = m_head = m_count = 0;
+    }
+
+private:
+    Q_DISABLE_COPY(PendingNameRing)
+
+    static constexpr size_t firstCapacity = 4096 / sizeof(Entry);
+
+    bool grow()
+    {
+        const size_t capacity = m_capacity ? 2 * m_capacity : firstCapacity;
+        void* memory = ::mmap(nullptr, capacity * sizeof(Entry), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+                              -1, 0);
+        if (memory == MAP_FAILED)
+            return false;
+        auto* entries = static_cast<Entry*>(memory);
+        for (size_t i = 0; i < m_count; ++i)
+            entries[i] = m_entries[(m_head + i) % m_capacity];
+        const size_t count = m_count;
+        release();
+        m_entries = entries;
+        m_capacity = capacity;
+        m_count = count;
+        return true;
+    }
+
+    Entry* m_entries = nullptr;
+    size_t m_capacity = 0;
+    size_t m_head = 0;
+    size_t m_count = 0;
+};
+
 // The data files of handlers that are gone, each removed once its delay has passed, oldest first. A
-// pending file costs one small entry: its deadline and the part of its name after the fixed prefix.
-// Only a file whose object was handed out by dataFile() keeps that object until its deadline (whoever
-// holds the pointer may still read the name), guarded, so that deleting it early removes the file
-// sooner and nothing more. One timer serves the whole queue, armed for the oldest entry and a short
-// batch after it, so that a steady stream of files wakes the event loop a few times a second rather
-// than once per file. Whatever is still pending when the plugin is destroyed, or when the process ends
-// or unloads the library, is removed then: a file must never outlive the dialog server.
+// file is pending by name alone; only a file whose object was handed out by dataFile() keeps that
+// object until its deadline (whoever holds the pointer may still read the name), guarded, so that
+// deleting it early removes the file sooner and nothing more. One timer serves both queues, armed for
+// the oldest entry and a short batch after it, so that a steady stream of files wakes the event loop a
+// few times a second rather than once per file. Whatever is still pending when the plugin is
+// destroyed, or when the process ends or unloads the library, is removed then: a file must never
+// outlive the dialog server.
 class PendingDataFiles : public QObject
 {
 public:
@@ -113,34 +191,39 @@ public:
     // The file of a handler that is gone: by its object when one was handed out, else by its name.
     void add(QTemporaryFile* file, const QString& name)
     {
-        Pending pending;
-        pending.due = now() + dataFileRemovalDelay;
-        const QByteArray encoded = QFile::encodeName(name);
-        const int prefixLength = int(sizeof(dataFilePrefix)) - 1;
-        if (!file && encoded.startsWith(dataFilePrefix) && encoded.size() - prefixLength < int(sizeof(pending.suffix))) {
-            qstrncpy(pending.suffix, encoded.constData() + prefixLength, sizeof(pending.suffix));
-        } else {
-            // A name the entry cannot hold (never made from the fixed template) keeps its object.
-            if (!file) {
-                file = new QTemporaryFile;
-                file->setFileName(name);
+        const qint64 due = now() + dataFileRemovalDelay;
+        if (!file) {
+            const QByteArray encoded = QFile::encodeName(name);
+            const int prefixLength = int(sizeof(dataFilePrefix)) - 1;
+            PendingNameRing::Entry entry;
+            if (encoded.startsWith(dataFilePrefix) && encoded.size() - prefixLength < int(sizeof(entry.suffix))) {
+                entry.due = due;
+                qstrncpy(entry.suffix, encoded.constData() + prefixLength, sizeof(entry.suffix));
+                if (m_names.push(entry)) {
+                    armIfIdle();
+                    return;
+                }
             }
-            pending.file = file;
+            // A name the ring cannot hold (never made from the fixed template), or no memory for it:
+            // the file waits with an object of its own.
+            file = new QTemporaryFile;
+            file->setFileName(name);
         }
-        m_files.push_back(std::move(pending));
-        if (!m_timer.isActive())
-            arm();
+        m_objects.push_back(PendingObject{due, QPointer<QTemporaryFile>(file)});
+        armIfIdle();
     }
 
     void removeAll()
     {
         m_timer.stop();
-        while (!m_files.empty()) {
-            remove(m_files.front());
-            m_files.pop_front();
+        while (!m_names.empty()) {
+            removeName(m_names.front());
+            m_names.pop();
         }
-        // Hands the queue's blocks back: after a burst it would otherwise keep its largest size.
-        std::deque<Pending>().swap(m_files);
+        m_names.release();
+        for (const PendingObject& pending : m_objects)
+            delete pending.file.data();
+        std::deque<PendingObject>().swap(m_objects);
     }
 
 protected:
@@ -150,48 +233,60 @@ protected:
             return;
         m_timer.stop();
         const qint64 current = now();
-        while (!m_files.empty() && m_files.front().due <= current) {
-            remove(m_files.front());
-            m_files.pop_front();
+        while (!m_names.empty() && m_names.front().due <= current) {
+            removeName(m_names.front());
+            m_names.pop();
         }
-        if (m_files.empty())
-            std::deque<Pending>().swap(m_files);
-        else
-            arm();
+        while (!m_objects.empty() && m_objects.front().due <= current) {
+            delete m_objects.front().file.data();
+            m_objects.pop_front();
+        }
+        if (m_objects.empty())
+            std::deque<PendingObject>().swap(m_objects);
+        arm();
     }
 
 private:
     PendingDataFiles() = default;
     ~PendingDataFiles() override { removeAll(); }
 
-    struct Pending
+    struct PendingObject
     {
-        qint64 due = 0;        // ms on the monotonic clock
-        char suffix[8] = {};   // the name after dataFilePrefix, NUL-terminated; empty when file is set
+        qint64 due; // ms on the monotonic clock
         QPointer<QTemporaryFile> file;
     };
 
     static qint64 now() { return QDeadlineTimer::current(Qt::PreciseTimer).deadline(); }
 
-    static void remove(const Pending& pending)
+    static void removeName(const PendingNameRing::Entry& entry)
     {
-        if (pending.file.isNull() && pending.suffix[0]) {
-            char name[sizeof(dataFilePrefix) + sizeof(pending.suffix)];
-            std::snprintf(name, sizeof(name), "%s%s", dataFilePrefix, pending.suffix);
-            ::unlink(name);
-        }
-        delete pending.file.data();
+        char name[sizeof(dataFilePrefix) + sizeof(entry.suffix)];
+        std::snprintf(name, sizeof(name), "%s%s", dataFilePrefix, entry.suffix);
+        ::unlink(name);
+    }
+
+    void armIfIdle()
+    {
+        if (!m_timer.isActive())
+            arm();
     }
 
     // Late by at most removalBatchMs, never early: files due close together go in one wake-up.
     void arm()
     {
-        const qint64 wait = qMax<qint64>(0, m_files.front().due - now()) + removalBatchMs;
-        m_timer.start(int(wait), Qt::PreciseTimer, this);
+        qint64 due = -1;
+        if (!m_names.empty())
+            due = m_names.front().due;
+        if (!m_objects.empty() && (due < 0 || m_objects.front().due < due))
+            due = m_objects.front().due;
+        if (due < 0)
+            return;
+        m_timer.start(int(qMax<qint64>(0, due - now()) + removalBatchMs), Qt::PreciseTimer, this);
     }
 
-    // Added in order of their deadlines, since every delay is the same.
-    std::deque<Pending> m_files;
+    // Each in order of deadlines, since every delay is the same.
+    PendingNameRing m_names;
+    std::deque<PendingObject> m_objects;
     QBasicTimer m_timer;
 };
 

@@ -98,6 +98,21 @@ QByteArray pictureTag(int serial)
     return NdefWriter::message({NdefWriter::mime("image/png", "PNG " + QByteArray::number(serial))});
 }
 
+// Saves and lets go of count picture records (serials from firstSerial on) without asking for their
+// file objects, so only their names wait. Gives the names of their data files.
+QStringList pendingPictureFiles(QList<QSharedPointer<NDEFMessage>>* messages, int count, int firstSerial)
+{
+    QStringList names;
+    for (int i = 0; i < count; ++i) {
+        messages->append(QSharedPointer<NDEFMessage>(NDEFMessage::createFromData(pictureTag(firstSerial + i))));
+        if (!messages->last())
+            return QStringList();
+        NdefRecordHandler handler(messages->last()->getRecords().first());
+        names.append(handler.dataFileName());
+    }
+    return names;
+}
+
 // The process started again in child mode: it saves one MIME record's payload, lets go of the handler
 // and ends normally at once, without the delay passing. Prints the data file's name.
 int childMain(int argc, char** argv)
@@ -296,7 +311,8 @@ private Q_SLOTS:
 
     // Files whose handlers go at different times are each removed 20 s after their own handler, in
     // that order, whether their object was handed out or only their name waits; a handed-out object
-    // deleted early takes its file with it and leaves the rest of the queue as it was.
+    // deleted early takes its file with it and leaves the rest of the queue as it was. Files added
+    // while older ones are being removed join the queue behind them and wait their own 20 s.
     void pendingDataFilesAreRemovedInOrderTwentySecondsAfterTheirHandlers()
     {
         const int files = 4;
@@ -307,6 +323,8 @@ private Q_SLOTS:
         QPointer<QTemporaryFile> deletedEarly;
         QElapsedTimer clock;
         clock.start();
+        // Many go with the first, so that later ones are added while the oldest are removed.
+        const QStringList early = pendingPictureFiles(&messages, 250, 1000);
         for (int i = 0; i < files; ++i) {
             messages.append(QSharedPointer<NDEFMessage>(NDEFMessage::createFromData(pictureTag(i))));
             QVERIFY(messages.last());
@@ -334,13 +352,24 @@ private Q_SLOTS:
         QList<qint64> removedAt;
         for (int i = 0; i < files; ++i)
             removedAt.append(i == 2 ? goneAt.at(i) : -1);
+        QStringList added;
         while (removedAt.contains(-1) && clock.elapsed() < goneAt.last() + 25000) {
             QTest::qWait(20);
             for (int i = 0; i < files; ++i) {
                 if (removedAt.at(i) < 0 && !QFileInfo::exists(names.at(i)))
                     removedAt[i] = clock.elapsed();
             }
+            if (removedAt.at(0) >= 0 && added.isEmpty())
+                added = pendingPictureFiles(&messages, 300, 2000);
         }
+        for (const QString& name : early)
+            QVERIFY2(!QFileInfo::exists(name), qPrintable(name + QStringLiteral(" outlived its time")));
+        QCOMPARE(added.size(), 300);
+        for (const QString& name : qAsConst(added))
+            QVERIFY2(QFileInfo::exists(name), qPrintable(name + QStringLiteral(" was removed before its time")));
+        NdefRecordHandler::removePendingDataFiles();
+        for (const QString& name : qAsConst(added))
+            QVERIFY2(!QFileInfo::exists(name), qPrintable(name + QStringLiteral(" outlived removePendingDataFiles()")));
         for (int i = 0; i < files; ++i) {
             if (i == 2)
                 continue;
