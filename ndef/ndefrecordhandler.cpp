@@ -10,6 +10,7 @@
 #include <QTemporaryFile>
 #include <QBasicTimer>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QTimerEvent>
 #include <QUrl>
 
@@ -31,6 +32,7 @@ namespace {
 
 const int dataFileRemovalDelay = 20000; // ms, time for the launched application to open the file
 const int removalBatchMs = 250;         // files due within this much of each other are removed together
+const qint64 removalSliceNs = 200000;   // and in slices of about this long, the event loop running between
 const char dataFileTemplate[] = "/tmp/nfc-mime-tag-content-XXXXXX";
 const char dataFilePrefix[] = "/tmp/nfc-mime-tag-content-"; // the template without its unique suffix
 const char contactCardType[] = "text/x-vcard";
@@ -232,18 +234,35 @@ protected:
         if (event->timerId() != m_timer.timerId())
             return;
         m_timer.stop();
+        // A slice at a time: at a thousand files a second a batch is hundreds of removals, which would
+        // hold up for milliseconds whatever else the event loop has to do, replies to the NFC daemon
+        // included. What is left of the batch goes on at the next turn of the event loop.
+        QElapsedTimer slice;
+        slice.start();
         const qint64 current = now();
+        bool more = false;
         while (!m_names.empty() && m_names.front().due <= current) {
+            if (slice.nsecsElapsed() >= removalSliceNs) {
+                more = true;
+                break;
+            }
             removeName(m_names.front());
             m_names.pop();
         }
-        while (!m_objects.empty() && m_objects.front().due <= current) {
+        while (!more && !m_objects.empty() && m_objects.front().due <= current) {
+            if (slice.nsecsElapsed() >= removalSliceNs) {
+                more = true;
+                break;
+            }
             delete m_objects.front().file.data();
             m_objects.pop_front();
         }
         if (m_objects.empty())
             std::deque<PendingObject>().swap(m_objects);
-        arm();
+        if (more)
+            m_timer.start(0, this);
+        else
+            arm();
     }
 
 private:
