@@ -31,7 +31,7 @@
 namespace {
 
 const int dataFileRemovalDelay = 20000; // ms, time for the launched application to open the file
-const int removalBatchMs = 250;         // files due within this much of each other are removed together
+const int removalBatchMs = 250;         // names gone within this much of each other are removed together
 const qint64 removalSliceNs = 200000;   // and in slices of about this long, the event loop running between
 const char dataFileTemplate[] = "/tmp/nfc-mime-tag-content-XXXXXX";
 const char dataFilePrefix[] = "/tmp/nfc-mime-tag-content-"; // the template without its unique suffix
@@ -96,17 +96,17 @@ QString utf16(const QByteArray& bytes, int from, bool bigEndian, bool keepOddByt
     return text;
 }
 
-// The files of handlers that are gone, known by name only: deadline and the part of the name after the
-// fixed prefix, 16 bytes each, oldest first. They live in a ring mapped apart from the heap, grown by
-// doubling: at a thousand MIME tags a second some twenty thousand files are pending at a time, and
-// once they are gone the ring's memory goes back to the system whole, instead of leaving pages of the
-// heap pinned by whatever was allocated between its blocks. The first page is kept for the next file.
+// The files of handlers that are gone, known by name only: the part of each name after the fixed
+// prefix, 8 bytes each, oldest first (their deadlines are kept per batch, see PendingDataFiles). They
+// live in a ring mapped apart from the heap, grown by doubling: at a thousand MIME tags a second some
+// twenty thousand files are pending at a time, and once they are gone the ring's memory goes back to
+// the system whole, instead of leaving pages of the heap pinned by whatever was allocated between its
+// blocks. The first page is kept for the next file.
 class PendingNameRing
 {
 public:
     struct Entry
     {
-        qint64 due;     // ms on the monotonic clock
         char suffix[8]; // the name after dataFilePrefix, NUL-terminated
     };
 
@@ -176,9 +176,10 @@ private:
 // The data files of handlers that are gone, each removed once its delay has passed, oldest first. A
 // file is pending by name alone; only a file whose object was handed out by dataFile() keeps that
 // object until its deadline (whoever holds the pointer may still read the name), guarded, so that
-// deleting it early removes the file sooner and nothing more. One timer serves both queues, armed for
-// the oldest entry and a short batch after it, so that a steady stream of files wakes the event loop a
-// few times a second rather than once per file. Whatever is still pending when the plugin is
+// deleting it early removes the file sooner and nothing more. Names gone within removalBatchMs of the
+// first of their batch share one deadline, their last one's: none is removed early, none more than a
+// batch late, and a steady stream of files wakes the event loop a few times a second rather than once
+// per file. One timer serves both queues. Whatever is still pending when the plugin is
 // destroyed, or when the process ends or unloads the library, is removed then: a file must never
 // outlive the dialog server.
 class PendingDataFiles : public QObject
@@ -199,9 +200,12 @@ public:
             const int prefixLength = int(sizeof(dataFilePrefix)) - 1;
             PendingNameRing::Entry entry;
             if (encoded.startsWith(dataFilePrefix) && encoded.size() - prefixLength < int(sizeof(entry.suffix))) {
-                entry.due = due;
                 qstrncpy(entry.suffix, encoded.constData() + prefixLength, sizeof(entry.suffix));
                 if (m_names.push(entry)) {
+                    if (m_batches.empty() || due - m_batches.back().opened >= removalBatchMs)
+                        m_batches.push_back(NameBatch{due, due, 0});
+                    m_batches.back().due = due;
+                    ++m_batches.back().count;
                     armIfIdle();
                     return;
                 }
@@ -223,6 +227,7 @@ public:
             m_names.pop();
         }
         m_names.release();
+        std::deque<NameBatch>().swap(m_batches);
         for (const PendingObject& pending : m_objects)
             delete pending.file.data();
         std::deque<PendingObject>().swap(m_objects);
@@ -241,13 +246,15 @@ protected:
         slice.start();
         const qint64 current = now();
         bool more = false;
-        while (!m_names.empty() && m_names.front().due <= current) {
+        while (!m_batches.empty() && m_batches.front().due <= current) {
             if (slice.nsecsElapsed() >= removalSliceNs) {
                 more = true;
                 break;
             }
             removeName(m_names.front());
             m_names.pop();
+            if (--m_batches.front().count == 0)
+                m_batches.pop_front();
         }
         while (!more && !m_objects.empty() && m_objects.front().due <= current) {
             if (slice.nsecsElapsed() >= removalSliceNs) {
@@ -259,6 +266,8 @@ protected:
         }
         if (m_objects.empty())
             std::deque<PendingObject>().swap(m_objects);
+        if (m_batches.empty())
+            std::deque<NameBatch>().swap(m_batches);
         if (more)
             m_timer.start(0, this);
         else
@@ -268,6 +277,14 @@ protected:
 private:
     PendingDataFiles() = default;
     ~PendingDataFiles() override { removeAll(); }
+
+    // Names that went within removalBatchMs of the first of them.
+    struct NameBatch
+    {
+        qint64 opened; // ms on the monotonic clock: the first one's deadline
+        qint64 due;    // the last one's deadline
+        size_t count;
+    };
 
     struct PendingObject
     {
@@ -290,21 +307,22 @@ private:
             arm();
     }
 
-    // Late by at most removalBatchMs, never early: files due close together go in one wake-up.
+    // At the oldest deadline, never early.
     void arm()
     {
         qint64 due = -1;
-        if (!m_names.empty())
-            due = m_names.front().due;
+        if (!m_batches.empty())
+            due = m_batches.front().due;
         if (!m_objects.empty() && (due < 0 || m_objects.front().due < due))
             due = m_objects.front().due;
         if (due < 0)
             return;
-        m_timer.start(int(qMax<qint64>(0, due - now()) + removalBatchMs), Qt::PreciseTimer, this);
+        m_timer.start(int(qMax<qint64>(0, due - now())), Qt::PreciseTimer, this);
     }
 
-    // Each in order of deadlines, since every delay is the same.
+    // Each in order of deadlines, since every delay is the same; m_batches counts m_names from its front.
     PendingNameRing m_names;
+    std::deque<NameBatch> m_batches;
     std::deque<PendingObject> m_objects;
     QBasicTimer m_timer;
 };

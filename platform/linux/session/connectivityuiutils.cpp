@@ -1,7 +1,8 @@
 // Screen control through the session's screen saver. Both operations ask it to treat the moment as user
 // activity, which wakes a blanked screen and, in a locked session, brings up the unlock prompt: the user
 // still has to unlock. Nothing here unlocks by itself, so a touched tag never opens a locked desktop.
-// The call is not waited for; a session without a screen saver is reported once. Both are also
+// The call is not waited for, and not sent while earlier ones are still unanswered; a session without a
+// screen saver is reported once. Both are also
 // reported to UiIndications for the dialog server.
 #include "connectivityuiutils.h"
 #include "linuxlogging.h"
@@ -11,12 +12,17 @@
 
 #include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
 #include <QPointer>
 
 namespace {
 
 const char screenSaverService[] = "org.freedesktop.ScreenSaver";
 const char screenSaverPath[] = "/org/freedesktop/ScreenSaver";
+// Pokes sent and not answered yet beyond which a new one is not sent.
+const int maxUnansweredPokes = 16;
+// A poke is given up after this long (the bus would wait 25 s).
+const int pokeTimeoutMs = 5000;
 
 // One warning per kind of failure for the life of the process: every tag touch wakes the screen.
 void warnOnce(const QString& errorName, const QString& message)
@@ -35,6 +41,11 @@ void simulateUserActivity()
         warnOnce(QStringLiteral("org.freedesktop.DBus.Error.NoServer"), QStringLiteral("no session bus"));
         return;
     }
+    // A screen saver that has not answered the pokes already sent needs no more of them: a burst of
+    // tags, or a screen saver that hangs, would otherwise pile up calls waiting for their replies.
+    static int unanswered = 0;
+    if (unanswered >= maxUnansweredPokes)
+        return;
     // One proxy for the life of the application. A proxy made for each call would add a match rule, a
     // blocking GetNameOwner round trip and the match rule's removal to every tag touch, and keep the
     // bus busy just when the answer to the touch's dialog is sent.
@@ -43,9 +54,16 @@ void simulateUserActivity()
         delete screenSaver.data();
         screenSaver = new ScreenSaverProxy(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus,
                                            QCoreApplication::instance());
+        screenSaver->setTimeout(pokeTimeoutMs);
     }
-    UnwaitedCall::onFailure(screenSaver->SimulateUserActivity(),
-                            [](const QDBusError& error) { warnOnce(error.name(), error.message()); });
+    ++unanswered;
+    auto* watcher = new QDBusPendingCallWatcher(screenSaver->SimulateUserActivity());
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [](QDBusPendingCallWatcher* finished) {
+        --unanswered;
+        if (finished->isError())
+            warnOnce(finished->error().name(), finished->error().message());
+        finished->deleteLater();
+    });
 }
 
 } // namespace
