@@ -70,7 +70,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         for (const char* file :
              {"bin/nfcui-host", "bin/nfcui-sim", "bin/nfcui-ndef", "sbin/nfcui-daemon",
-              NFCUI_LIBDIR "/nfc-ui/plugins/libnfcagentdialogplugin.so", "share/nfc-ui/translations/nfc-ui_en.qm",
+              NFCUI_LIBDIR "/nfc-ui/plugins/libnfcagentdialogplugin.so", NFCUI_LIBDIR "/nfc-ui/libnfcui-base.so.0",
+              "share/nfc-ui/translations/nfc-ui_en.qm",
               "share/nfc-ui/translations/nfc-ui_fi.qm", "share/nfc-ui/translations/nfcui-host_en.qm",
               "share/nfc-ui/translations/nfcui-host_fi.qm",
               "share/dbus-1/system.d/com.orvan.nfc.conf",
