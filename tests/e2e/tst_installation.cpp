@@ -6,6 +6,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "testtimeouts.h"
+
 class tst_Installation : public QObject
 {
     Q_OBJECT
@@ -16,7 +18,7 @@ private:
 
     static bool run(const QString& program, const QStringList& arguments, QString* output,
                     const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment(),
-                    int timeout = 300000)
+                    int timeout = TestTimeouts::scaled(300000))
     {
         QProcess process;
         process.setProcessEnvironment(environment);
@@ -43,12 +45,12 @@ private:
         QString output;
         QElapsedTimer timer;
         timer.start();
-        while (!output.contains(expected) && timer.elapsed() < 20000) {
+        while (!output.contains(expected) && timer.elapsed() < TestTimeouts::scaled(20000)) {
             host.waitForReadyRead(200);
             output += QString::fromUtf8(host.readAll());
         }
         host.terminate();
-        QVERIFY(host.waitForFinished(10000));
+        QVERIFY(host.waitForFinished(TestTimeouts::scaled(10000)));
         output += QString::fromUtf8(host.readAll());
         QVERIFY2(output.contains(expected), qPrintable(output));
         QCOMPARE(host.exitCode(), 0);
