@@ -7,8 +7,8 @@ include(CMakePackageConfigHelpers)
 # The platform API, so that another dialog plugin can be built against it.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/nfc-ui
         FILES_MATCHING PATTERN "*.h")
-install(FILES $<TARGET_FILE:nfcui_ndef> $<TARGET_FILE:nfcui_common> $<TARGET_FILE:nfcui_ui>
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/nfc-ui)
+# Its library, libnfcui-base, is installed by platform/ui.
+set(NFCUI_BASE_SONAME libnfcui-base.so.${PROJECT_VERSION_MAJOR})
 set(NFCUI_CMAKE_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/NfcUiPlatform)
 # From the configuration's folder back to the installation prefix.
 file(RELATIVE_PATH NFCUI_CONFIG_TO_PREFIX /${NFCUI_CMAKE_CONFIG_DIR} /)

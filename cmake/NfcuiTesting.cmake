@@ -6,6 +6,16 @@
 # Builds one QTest program and registers it with CTest as <suite>.<name>. Every test runs through
 # scripts/isolated: its own private session and system bus and a temporary HOME and XDG tree, so
 # that no test touches the machine's buses or the user's files and tests can run side by side.
+#
+# An instrumented build (NFCUI_SANITIZERS) runs its programs several times slower, and more so on a
+# loaded machine: its tests get NFCUI_TEST_TIMEOUT_SCALE times the time, both CTest's TIMEOUT and what
+# the tests themselves wait for (tests/support/testtimeouts.h reads it from the environment).
+if(NFCUI_SANITIZERS)
+    set(NFCUI_TEST_TIMEOUT_SCALE 4 CACHE STRING "How many times longer the tests may take")
+else()
+    set(NFCUI_TEST_TIMEOUT_SCALE 1 CACHE STRING "How many times longer the tests may take")
+endif()
+
 function(nfcui_add_test suite name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;DEFINITIONS;DEPENDS;ARGS;LABELS" ${ARGN})
     if(NOT ARG_SOURCES)
@@ -24,5 +34,7 @@ function(nfcui_add_test suite name)
     endif()
     add_test(NAME ${suite}.${name}
              COMMAND ${PROJECT_SOURCE_DIR}/scripts/isolated $<TARGET_FILE:${name}> ${ARG_ARGS})
-    set_tests_properties(${suite}.${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${suite};${ARG_LABELS}")
+    math(EXPR timeout "${ARG_TIMEOUT} * ${NFCUI_TEST_TIMEOUT_SCALE}")
+    set_tests_properties(${suite}.${name} PROPERTIES TIMEOUT ${timeout} LABELS "${suite};${ARG_LABELS}"
+                         ENVIRONMENT "NFCUI_TEST_TIMEOUT_SCALE=${NFCUI_TEST_TIMEOUT_SCALE}")
 endfunction()

@@ -8,6 +8,8 @@
 
 #include <QProcess>
 
+#include "testtimeouts.h"
+
 class tst_DemoTour : public QObject
 {
     Q_OBJECT
@@ -21,7 +23,7 @@ private:
                    {QStringLiteral(NFCUI_DEMO_TOUR), QStringLiteral("--build"), QStringLiteral(NFCUI_BUILD_DIR),
                     QStringLiteral("--headless"), QStringLiteral("--step"), step});
         QVERIFY2(tour.waitForStarted(), "/usr/bin/python3 cannot be started");
-        const bool finished = tour.waitForFinished(150000);
+        const bool finished = tour.waitForFinished(TestTimeouts::scaled(150000));
         const QString output = QString::fromUtf8(tour.readAll());
         if (!finished)
             tour.kill();

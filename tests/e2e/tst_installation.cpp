@@ -6,6 +6,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "testtimeouts.h"
+
 class tst_Installation : public QObject
 {
     Q_OBJECT
@@ -16,7 +18,7 @@ private:
 
     static bool run(const QString& program, const QStringList& arguments, QString* output,
                     const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment(),
-                    int timeout = 300000)
+                    int timeout = TestTimeouts::scaled(300000))
     {
         QProcess process;
         process.setProcessEnvironment(environment);
@@ -43,12 +45,12 @@ private:
         QString output;
         QElapsedTimer timer;
         timer.start();
-        while (!output.contains(expected) && timer.elapsed() < 20000) {
+        while (!output.contains(expected) && timer.elapsed() < TestTimeouts::scaled(20000)) {
             host.waitForReadyRead(200);
             output += QString::fromUtf8(host.readAll());
         }
         host.terminate();
-        QVERIFY(host.waitForFinished(10000));
+        QVERIFY(host.waitForFinished(TestTimeouts::scaled(10000)));
         output += QString::fromUtf8(host.readAll());
         QVERIFY2(output.contains(expected), qPrintable(output));
         QCOMPARE(host.exitCode(), 0);
@@ -70,7 +72,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("file");
         for (const char* file :
              {"bin/nfcui-host", "bin/nfcui-sim", "bin/nfcui-ndef", "sbin/nfcui-daemon",
-              NFCUI_LIBDIR "/nfc-ui/plugins/libnfcagentdialogplugin.so", "share/nfc-ui/translations/nfc-ui_en.qm",
+              NFCUI_LIBDIR "/nfc-ui/plugins/libnfcagentdialogplugin.so", NFCUI_LIBDIR "/nfc-ui/libnfcui-base.so.0",
+              "share/nfc-ui/translations/nfc-ui_en.qm",
               "share/nfc-ui/translations/nfc-ui_fi.qm", "share/nfc-ui/translations/nfcui-host_en.qm",
               "share/nfc-ui/translations/nfcui-host_fi.qm",
               "share/dbus-1/system.d/com.orvan.nfc.conf",

@@ -14,6 +14,7 @@
 
 #include "automationtypes.h"
 #include "testpluginlog.h"
+#include "testtimeouts.h"
 
 class tst_NfcuiHost : public QObject
 {
@@ -46,7 +47,7 @@ private:
     int run(const QStringList& arguments, const QProcessEnvironment& extra = QProcessEnvironment())
     {
         auto process = start(arguments, QString(), extra);
-        if (!process->waitForFinished(10000)) {
+        if (!process->waitForFinished(TestTimeouts::scaled(10000))) {
             process->kill();
             process->waitForFinished();
             return -1;
@@ -59,7 +60,7 @@ private:
     {
         QElapsedTimer timer;
         timer.start();
-        while (!m_stderr.contains(text) && timer.elapsed() < timeout)
+        while (!m_stderr.contains(text) && timer.elapsed() < TestTimeouts::scaled(timeout))
             QTest::qWait(20);
         return m_stderr.contains(text);
     }
@@ -67,7 +68,7 @@ private:
     bool stop(QProcess* process, int signalNumber)
     {
         ::kill(static_cast<pid_t>(process->processId()), signalNumber);
-        return process->waitForFinished(10000) && process->exitStatus() == QProcess::NormalExit
+        return process->waitForFinished(TestTimeouts::scaled(10000)) && process->exitStatus() == QProcess::NormalExit
                && process->exitCode() == 0;
     }
 
@@ -138,7 +139,8 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                            QStringLiteral("--answer"), QStringLiteral("ok")},
                           QStringLiteral("Question"));
-        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 16384"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 16384"}),
+                                  TestTimeouts::scaled(10000));
         QVERIFY(stop(host.get(), SIGTERM));
     }
 
@@ -147,7 +149,8 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                            QStringLiteral("--answer"), QStringLiteral("cancel")},
                           QStringLiteral("Question"));
-        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 65536"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 65536"}),
+                                  TestTimeouts::scaled(10000));
         QVERIFY(stop(host.get(), SIGTERM));
     }
 
@@ -162,7 +165,7 @@ private Q_SLOTS:
         Host::AutomationDialogList dialogs;
         QElapsedTimer timer;
         timer.start();
-        while (dialogs.isEmpty() && timer.elapsed() < 10000) {
+        while (dialogs.isEmpty() && timer.elapsed() < TestTimeouts::scaled(10000)) {
             const QDBusMessage reply = bus.call(QDBusMessage::createMethodCall(
                 QStringLiteral("com.orvan.DialogServer"), QStringLiteral("/"),
                 QStringLiteral("com.orvan.DialogServer.Automation"), QStringLiteral("ListDialogs")));
@@ -179,7 +182,8 @@ private Q_SLOTS:
             QStringLiteral("com.orvan.DialogServer.Automation"), QStringLiteral("Answer"));
         answer.setArguments({dialogs.first().id, 0x10000, QString(), false});
         QCOMPARE(bus.call(answer).type(), QDBusMessage::ReplyMessage);
-        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 65536"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 65536"}),
+                                  TestTimeouts::scaled(10000));
         QVERIFY(stop(host.get(), SIGTERM));
         QCOMPARE(m_log.lines(), QStringList({"initialize", "finished 65536", "destroy"}));
     }
@@ -192,7 +196,8 @@ private Q_SLOTS:
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING),
                            QStringLiteral("--answer"), QStringLiteral("ok"), QStringLiteral("--screenshots"), shots},
                           QStringLiteral("Question"), environment);
-        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 16384"}), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_log.lines(), QStringList({"initialize", "finished 16384"}),
+                                  TestTimeouts::scaled(10000));
         QVERIFY(stop(host.get(), SIGTERM));
         const QImage image(shots + QStringLiteral("/001-MessageBox.png"));
         QVERIFY2(!image.isNull(), qPrintable(m_stderr));

@@ -3,6 +3,8 @@
 
 #include <QTemporaryDir>
 
+#include <dlfcn.h>
+
 #include "connectivitydialogplugininterface.h"
 #include "dialogserver.h"
 #include "pluginloader.h"
@@ -183,6 +185,30 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no such directory$")));
         QCOMPARE(loader.loadDirectory(missing), 0);
         QCOMPARE(loader.failures(), QStringList({missing + QStringLiteral(": no such directory")}));
+    }
+
+    // The UI toolkit's classes live in one shared library that the server and the plugins link: a
+    // dialog class has one meta-object in the process, so that the server recognises the plugin's dialogs.
+    void thePluginsDialogClassesAreTheServersOwn_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::newRow("built plugin") << QStringLiteral(NFCUI_PLUGIN_FILE);
+        QTest::newRow("test plugin") << QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING);
+    }
+
+    void thePluginsDialogClassesAreTheServersOwn()
+    {
+        QFETCH(QString, file);
+        void* handle = dlopen(QFile::encodeName(file).constData(), RTLD_NOW | RTLD_LOCAL);
+        QVERIFY2(handle, dlerror());
+        // ConnUi::Dialog::staticMetaObject as the plugin resolves it: itself first, then its libraries.
+        void* symbol = dlsym(handle, "_ZN6ConnUi6Dialog16staticMetaObjectE");
+        Dl_info where{};
+        const bool found = symbol && dladdr(symbol, &where);
+        dlclose(handle);
+        QVERIFY(found);
+        QVERIFY2(QFileInfo(QFile::decodeName(where.dli_fname)).fileName().startsWith(QLatin1String("libnfcui-base.so")),
+                 where.dli_fname);
     }
 
     void verificationFieldsAreReadByName()

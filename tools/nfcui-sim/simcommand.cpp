@@ -76,6 +76,15 @@ int parseCommand(QCommandLineParser* parser, const QStringList& arguments, const
 // Prints the answer and turns it into the exit status.
 int report(const QString& command, const QDBusPendingCall& call, bool hasTarget, const GlobalOptions& options)
 {
+    // Qt's D-Bus thread goes on handling an error answer (it reports it to the connection too) after it
+    // has woken the caller. A round trip to the bus on the same connection comes back only once it is
+    // done, so that the program does not end while that thread still holds the answer.
+    if (call.isError()) {
+        QDBusConnection bus = QDBusConnection::systemBus();
+        bus.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                                QStringLiteral("/org/freedesktop/DBus"),
+                                                QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping")));
+    }
     const QDBusError error = call.error();
     QString target;
     if (hasTarget && !error.isValid()) {

@@ -9,11 +9,16 @@
 #include "uiindications.h"
 
 #include <canberra.h>
+#include <dlfcn.h>
+#include <link.h>
+
+#include <cstring>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QCoreApplication>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -22,12 +27,36 @@ namespace {
 const char feedbackService[] = "org.sigxcpu.Feedback";
 const char feedbackPath[] = "/org/sigxcpu/Feedback";
 
+// libcanberra plays each sound on a thread of its driver module (libcanberra-<version>/libcanberra-*.so),
+// and destroying a context unloads that module as soon as the threads have said they are done, while
+// they may still be running the last instructions of the module. Keeping every loaded driver module in
+// the process until it ends makes the threads' ends safe.
+int pinDriverModule(dl_phdr_info* info, size_t, void*)
+{
+    const char* name = info->dlpi_name;
+    if (name && std::strstr(name, "/libcanberra-") && std::strstr(name, ".so")) {
+        // Never closed: the reference taken here keeps the module loaded.
+        dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+    }
+    return 0;
+}
+
+void closeSoundAtExit();
+
 // One libcanberra context for the process, opened on the first sound. A context that cannot be opened
-// (no sound system) is not tried again until resetSound().
+// (no sound system) is not tried again until resetSound(). The context is closed, its playback
+// cancelled, before the application object goes away (a post routine), while everything the sound's
+// threads use still exists; otherwise when the library holding it is unloaded.
 class SoundPlayer
 {
 public:
-    ~SoundPlayer() { close(); }
+    SoundPlayer() { qAddPostRoutine(closeSoundAtExit); }
+
+    ~SoundPlayer()
+    {
+        qRemovePostRoutine(closeSoundAtExit);
+        close();
+    }
 
     void play(const QString& event)
     {
@@ -50,6 +79,12 @@ public:
         m_failed = false;
     }
 
+    void closeForExit()
+    {
+        QMutexLocker locker(&m_mutex);
+        close();
+    }
+
 private:
     bool open()
     {
@@ -70,13 +105,18 @@ private:
             m_failed = true;
             return false;
         }
+        dl_iterate_phdr(pinDriverModule, nullptr);
         return true;
     }
 
+    // Stops what is playing (every sound is played with id 0) and destroys the context, which waits for
+    // the playback threads.
     void close()
     {
-        if (m_context)
+        if (m_context) {
+            ca_context_cancel(m_context, 0);
             ca_context_destroy(m_context);
+        }
         m_context = nullptr;
     }
 
@@ -86,6 +126,12 @@ private:
 };
 
 Q_GLOBAL_STATIC(SoundPlayer, soundPlayer)
+
+void closeSoundAtExit()
+{
+    if (soundPlayer.exists() && !soundPlayer.isDestroyed())
+        soundPlayer()->closeForExit();
+}
 
 bool feedbackdRuns(const QDBusConnection& bus)
 {

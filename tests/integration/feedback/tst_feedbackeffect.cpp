@@ -74,6 +74,7 @@ private Q_SLOTS:
     void touchPlaysTheEventSoundWithoutFeedbackd();
     void touchIsSilentWithoutFeedbackdOrSound();
     void soundSystemThatFailsIsNotTriedAgain();
+    void closingTheSoundWhilePlayingIsSafe();
 
 private:
     QString soundOutput() const { return m_dir.filePath(QStringLiteral("sound.raw")); }
@@ -243,6 +244,24 @@ void tst_FeedbackEffect::soundSystemThatFailsIsNotTriedAgain()
     QCOMPARE(messages, 0);
     QTest::qWait(200);
     QVERIFY(!QFile::exists(soundOutput()));
+}
+
+// The sound context closed while its sound plays, or just after (a playback thread finishing): the
+// playback stops and nothing that thread runs has gone away.
+void tst_FeedbackEffect::closingTheSoundWhilePlayingIsSafe()
+{
+    for (int i = 0; i < 20; ++i) {
+        QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+        FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+        if (i % 2)
+            QTest::qWait(i * 5);
+        FeedbackEffectPrivate::resetSound();
+    }
+    // And it plays again afterwards.
+    QFile::remove(soundOutput());
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
 }
 
 QTEST_GUILESS_MAIN(tst_FeedbackEffect)

@@ -1,5 +1,6 @@
 #include "nfcdtestsupport.h"
 #include "nfcdnames.h"
+#include "testtimeouts.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -76,7 +77,7 @@ bool DaemonProcess::start()
     m_process = std::make_unique<QProcess>();
     m_process->setProcessChannelMode(QProcess::MergedChannels);
     m_process->start(QStringLiteral(NFCUI_DAEMON_PROGRAM), m_arguments);
-    if (!m_process->waitForStarted(10000)) {
+    if (!m_process->waitForStarted(TestTimeouts::scaled(10000))) {
         m_error = QStringLiteral("cannot start %1: %2").arg(QStringLiteral(NFCUI_DAEMON_PROGRAM),
                                                             m_process->errorString());
         return false;
@@ -84,7 +85,7 @@ bool DaemonProcess::start()
     QElapsedTimer timer;
     timer.start();
     while (!daemonNameOwned()) {
-        if (m_process->state() == QProcess::NotRunning || timer.elapsed() > 10000) {
+        if (m_process->state() == QProcess::NotRunning || timer.elapsed() > TestTimeouts::scaled(10000)) {
             m_error = QStringLiteral("nfcui-daemon did not take its name: %1").arg(output());
             return false;
         }
@@ -100,13 +101,13 @@ bool DaemonProcess::stop()
     m_process->terminate();
     QElapsedTimer timer;
     timer.start();
-    while (m_process->state() != QProcess::NotRunning && timer.elapsed() < 10000)
+    while (m_process->state() != QProcess::NotRunning && timer.elapsed() < TestTimeouts::scaled(10000))
         QTest::qWait(20);
     if (m_process->state() != QProcess::NotRunning) {
         m_process->kill();
-        m_process->waitForFinished(5000);
+        m_process->waitForFinished(TestTimeouts::scaled(5000));
     }
-    while (daemonNameOwned() && timer.elapsed() < 15000)
+    while (daemonNameOwned() && timer.elapsed() < TestTimeouts::scaled(15000))
         QTest::qWait(20);
     return !daemonNameOwned();
 }
@@ -116,7 +117,7 @@ void DaemonProcess::kill()
     if (!m_process)
         return;
     m_process->kill();
-    m_process->waitForFinished(5000);
+    m_process->waitForFinished(TestTimeouts::scaled(5000));
 }
 
 QString DaemonProcess::output() const
@@ -130,7 +131,7 @@ bool finishes(QDBusPendingCall& call, int timeoutMs)
 {
     QElapsedTimer timer;
     timer.start();
-    while (!call.isFinished() && timer.elapsed() < timeoutMs)
+    while (!call.isFinished() && timer.elapsed() < TestTimeouts::scaled(timeoutMs))
         QTest::qWait(5);
     return call.isFinished();
 }
@@ -150,12 +151,12 @@ int runSim(const QStringList& arguments, QByteArray* out, QByteArray* err, int t
 {
     QProcess sim;
     sim.start(QStringLiteral(NFCUI_SIM_PROGRAM), arguments);
-    if (!sim.waitForStarted(10000))
+    if (!sim.waitForStarted(TestTimeouts::scaled(10000)))
         return -1;
     sim.closeWriteChannel();
     QElapsedTimer timer;
     timer.start();
-    while (sim.state() != QProcess::NotRunning && timer.elapsed() < timeoutMs)
+    while (sim.state() != QProcess::NotRunning && timer.elapsed() < TestTimeouts::scaled(timeoutMs))
         QTest::qWait(10);
     if (sim.state() != QProcess::NotRunning) {
         sim.kill();

@@ -64,7 +64,8 @@ private:
     mutable QString m_output;
 };
 
-// Waits, spinning the event loop, until the call is answered; false when it is not within the time.
+// Waits, spinning the event loop, until the call is answered; false when it is not within the time
+// (scaled for instrumented builds, tests/support/testtimeouts.h, like every limit here).
 bool finishes(QDBusPendingCall& call, int timeoutMs = 10000);
 // True when the call is still unanswered after the event loop has had time to answer it.
 bool staysUnanswered(QDBusPendingCall& call);
