@@ -10,10 +10,15 @@
 #include <QTemporaryFile>
 #include <QBasicTimer>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QTimerEvent>
 #include <QUrl>
 
+#include <cstdio>
 #include <deque>
+#include <memory>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "contactexporter.h"
 #include "ndefrecord.h"
@@ -26,7 +31,10 @@
 namespace {
 
 const int dataFileRemovalDelay = 20000; // ms, time for the launched application to open the file
+const int removalBatchMs = 250;         // names gone within this much of each other are removed together
+const qint64 removalSliceNs = 200000;   // and in slices of about this long, the event loop running between
 const char dataFileTemplate[] = "/tmp/nfc-mime-tag-content-XXXXXX";
+const char dataFilePrefix[] = "/tmp/nfc-mime-tag-content-"; // the template without its unique suffix
 const char contactCardType[] = "text/x-vcard";
 const char directoryType[] = "text/directory";
 const char storeLinkType[] = "quandel:link";
@@ -88,9 +96,92 @@ QString utf16(const QByteArray& bytes, int from, bool bigEndian, bool keepOddByt
     return text;
 }
 
-// The data files of handlers that are gone, each removed when its delay has passed. One timer serves
-// them all, armed for the oldest. Whatever is still pending when the plugin is destroyed, or when the
-// process ends or unloads the library, is removed then: a file must never outlive the dialog server.
+// The files of handlers that are gone, known by name only: the part of each name after the fixed
+// prefix, 8 bytes each, oldest first (their deadlines are kept per batch, see PendingDataFiles). They
+// live in a ring mapped apart from the heap, grown by doubling: at a thousand MIME tags a second some
+// twenty thousand files are pending at a time, and once they are gone the ring's memory goes back to
+// the system whole, instead of leaving pages of the heap pinned by whatever was allocated between its
+// blocks. The first page is kept for the next file.
+class PendingNameRing
+{
+public:
+    struct Entry
+    {
+        char suffix[8]; // the name after dataFilePrefix, NUL-terminated
+    };
+
+    PendingNameRing() = default;
+    ~PendingNameRing() { release(); }
+
+    bool empty() const { return m_count == 0; }
+    const Entry& front() const { return m_entries[m_head]; }
+
+    // False when no memory could be had for it.
+    bool push(const Entry& entry)
+    {
+        if (m_count == m_capacity && !grow())
+            return false;
+        m_entries[(m_head + m_count) % m_capacity] = entry;
+        ++m_count;
+        return true;
+    }
+
+    void pop()
+    {
+        m_head = (m_head + 1) % m_capacity;
+        if (--m_count == 0) {
+            m_head = 0;
+            if (m_capacity > firstCapacity)
+                release();
+        }
+    }
+
+    void release()
+    {
+        if (m_entries)
+            ::munmap(m_entries, m_capacity * sizeof(Entry));
+        m_entries = nullptr;
+        m_capacity = m_head = m_count = 0;
+    }
+
+private:
+    Q_DISABLE_COPY(PendingNameRing)
+
+    static constexpr size_t firstCapacity = 4096 / sizeof(Entry);
+
+    bool grow()
+    {
+        const size_t capacity = m_capacity ? 2 * m_capacity : firstCapacity;
+        void* memory = ::mmap(nullptr, capacity * sizeof(Entry), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+                              -1, 0);
+        if (memory == MAP_FAILED)
+            return false;
+        auto* entries = static_cast<Entry*>(memory);
+        for (size_t i = 0; i < m_count; ++i)
+            entries[i] = m_entries[(m_head + i) % m_capacity];
+        const size_t count = m_count;
+        release();
+        m_entries = entries;
+        m_capacity = capacity;
+        m_count = count;
+        return true;
+    }
+
+    Entry* m_entries = nullptr;
+    size_t m_capacity = 0;
+    size_t m_head = 0;
+    size_t m_count = 0;
+};
+
+// The data files of handlers that are gone, each removed once its delay has passed, oldest first. A
+// file is pending by name alone; only a file whose object was handed out by dataFile() keeps that
+// object until its deadline (whoever holds the pointer may still read the name), guarded, so that
+// deleting it early removes the file sooner and nothing more. Names gone within removalBatchMs of the
+// first of their batch share one deadline, their last one's: none is removed early, none more than a
+// batch late, and a steady stream of files wakes the event loop a few times a second rather than once
+// per file. One timer serves both queues. Whatever is still pending when the plugin is
+// destroyed, or when the process ends or unloads the library, is removed then: a file must never
+// outlive the dialog server.
 class PendingDataFiles : public QObject
 {
 public:
@@ -100,19 +191,46 @@ public:
         return pending;
     }
 
-    void add(QTemporaryFile* file)
+    // The file of a handler that is gone: by its object when one was handed out, else by its name.
+    void add(QTemporaryFile* file, const QString& name)
     {
-        m_files.push_back(Pending{QPointer<QTemporaryFile>(file), QDeadlineTimer(dataFileRemovalDelay)});
-        if (!m_timer.isActive())
-            m_timer.start(dataFileRemovalDelay, this);
+        const qint64 due = now() + dataFileRemovalDelay;
+        if (!file) {
+            const QByteArray encoded = QFile::encodeName(name);
+            const int prefixLength = int(sizeof(dataFilePrefix)) - 1;
+            PendingNameRing::Entry entry;
+            if (encoded.startsWith(dataFilePrefix) && encoded.size() - prefixLength < int(sizeof(entry.suffix))) {
+                qstrncpy(entry.suffix, encoded.constData() + prefixLength, sizeof(entry.suffix));
+                if (m_names.push(entry)) {
+                    if (m_batches.empty() || due - m_batches.back().opened >= removalBatchMs)
+                        m_batches.push_back(NameBatch{due, due, 0});
+                    m_batches.back().due = due;
+                    ++m_batches.back().count;
+                    armIfIdle();
+                    return;
+                }
+            }
+            // A name the ring cannot hold (never made from the fixed template), or no memory for it:
+            // the file waits with an object of its own.
+            file = new QTemporaryFile;
+            file->setFileName(name);
+        }
+        m_objects.push_back(PendingObject{due, QPointer<QTemporaryFile>(file)});
+        armIfIdle();
     }
 
     void removeAll()
     {
         m_timer.stop();
-        for (const Pending& pending : m_files)
+        while (!m_names.empty()) {
+            removeName(m_names.front());
+            m_names.pop();
+        }
+        m_names.release();
+        std::deque<NameBatch>().swap(m_batches);
+        for (const PendingObject& pending : m_objects)
             delete pending.file.data();
-        m_files.clear();
+        std::deque<PendingObject>().swap(m_objects);
     }
 
 protected:
@@ -121,26 +239,91 @@ protected:
         if (event->timerId() != m_timer.timerId())
             return;
         m_timer.stop();
-        while (!m_files.empty() && m_files.front().removal.hasExpired()) {
-            delete m_files.front().file.data();
-            m_files.pop_front();
+        // A slice at a time: at a thousand files a second a batch is hundreds of removals, which would
+        // hold up for milliseconds whatever else the event loop has to do, replies to the NFC daemon
+        // included. What is left of the batch goes on at the next turn of the event loop.
+        QElapsedTimer slice;
+        slice.start();
+        const qint64 current = now();
+        bool more = false;
+        while (!m_batches.empty() && m_batches.front().due <= current) {
+            if (slice.nsecsElapsed() >= removalSliceNs) {
+                more = true;
+                break;
+            }
+            removeName(m_names.front());
+            m_names.pop();
+            if (--m_batches.front().count == 0)
+                m_batches.pop_front();
         }
-        if (!m_files.empty())
-            m_timer.start(int(m_files.front().removal.remainingTime()), this);
+        while (!more && !m_objects.empty() && m_objects.front().due <= current) {
+            if (slice.nsecsElapsed() >= removalSliceNs) {
+                more = true;
+                break;
+            }
+            delete m_objects.front().file.data();
+            m_objects.pop_front();
+        }
+        if (m_objects.empty())
+            std::deque<PendingObject>().swap(m_objects);
+        if (m_batches.empty())
+            std::deque<NameBatch>().swap(m_batches);
+        if (more)
+            m_timer.start(0, this);
+        else
+            arm();
     }
 
 private:
     PendingDataFiles() = default;
     ~PendingDataFiles() override { removeAll(); }
 
-    struct Pending
+    // Names that went within removalBatchMs of the first of them.
+    struct NameBatch
     {
-        // Guarded: whoever else deletes a file early removes it sooner, nothing more.
-        QPointer<QTemporaryFile> file;
-        QDeadlineTimer removal;
+        qint64 opened; // ms on the monotonic clock: the first one's deadline
+        qint64 due;    // the last one's deadline
+        size_t count;
     };
-    // Added in order of their deadlines, since every delay is the same.
-    std::deque<Pending> m_files;
+
+    struct PendingObject
+    {
+        qint64 due; // ms on the monotonic clock
+        QPointer<QTemporaryFile> file;
+    };
+
+    static qint64 now() { return QDeadlineTimer::current(Qt::PreciseTimer).deadline(); }
+
+    static void removeName(const PendingNameRing::Entry& entry)
+    {
+        char name[sizeof(dataFilePrefix) + sizeof(entry.suffix)];
+        std::snprintf(name, sizeof(name), "%s%s", dataFilePrefix, entry.suffix);
+        ::unlink(name);
+    }
+
+    void armIfIdle()
+    {
+        if (!m_timer.isActive())
+            arm();
+    }
+
+    // At the oldest deadline, never early.
+    void arm()
+    {
+        qint64 due = -1;
+        if (!m_batches.empty())
+            due = m_batches.front().due;
+        if (!m_objects.empty() && (due < 0 || m_objects.front().due < due))
+            due = m_objects.front().due;
+        if (due < 0)
+            return;
+        m_timer.start(int(qMax<qint64>(0, due - now())), Qt::PreciseTimer, this);
+    }
+
+    // Each in order of deadlines, since every delay is the same; m_batches counts m_names from its front.
+    PendingNameRing m_names;
+    std::deque<NameBatch> m_batches;
+    std::deque<PendingObject> m_objects;
     QBasicTimer m_timer;
 };
 
@@ -171,8 +354,8 @@ NdefRecordHandler::NdefRecordHandler(const NDEFRecord* record)
 NdefRecordHandler::~NdefRecordHandler()
 {
     // The application launched on the data file may not have opened it yet.
-    if (d->dataFile)
-        PendingDataFiles::instance().add(d->dataFile);
+    if (!d->dataFileName.isEmpty())
+        PendingDataFiles::instance().add(d->dataFile, d->dataFileName);
     delete d;
 }
 
@@ -203,7 +386,18 @@ QList<ContentAction::Action> NdefRecordHandler::actions() const
 
 QTemporaryFile* NdefRecordHandler::dataFile() const
 {
+    // Made on first request: a handler whose file object nobody asks for leaves only the file's name
+    // pending after it is gone.
+    if (!d->dataFile && !d->dataFileName.isEmpty()) {
+        d->dataFile = new QTemporaryFile;
+        d->dataFile->setFileName(d->dataFileName);
+    }
     return d->dataFile;
+}
+
+QString NdefRecordHandler::dataFileName() const
+{
+    return d->dataFileName;
 }
 
 const URINDEFRecord* NdefRecordHandler::uriRecord() const
@@ -529,7 +723,7 @@ void NdefRecordHandlerPrivate::createContentActionsForUri()
 void NdefRecordHandlerPrivate::createContentActionsForMime(const QString& mimeType)
 {
     const bool contactCard = mimeType.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive);
-    const QUrl url = QUrl::fromLocalFile(dataFile->fileName());
+    const QUrl url = QUrl::fromLocalFile(dataFileName);
 
     if (contactCard) {
         actions.clear();
@@ -646,43 +840,39 @@ void NdefRecordHandlerPrivate::saveDefaultApplicationDatabase()
 
 bool NdefRecordHandlerPrivate::saveRecordData()
 {
-    if (dataFile)
+    if (!dataFileName.isEmpty())
         return true;
 
     const QString typeName = utf8(record->getType().getName());
-    dataFile = new QTemporaryFile(QLatin1String(dataFileTemplate));
-    if (!dataFile->open()) {
+    // The temporary file object makes the file and writes it; once the payload is in, only the name
+    // is kept, and neither an object nor a descriptor stays with a saved file. dataFile() makes an
+    // object for the name when asked.
+    std::unique_ptr<QTemporaryFile> file(new QTemporaryFile(QLatin1String(dataFileTemplate)));
+    if (!file->open()) {
         qWarning("temp file writting failed - handling mime tag. ");
-        delete dataFile;
-        dataFile = nullptr;
         return false;
     }
     // A payload cut short by a full file system would be handed to an application as if whole: it
     // fails the save like a file that cannot be made.
     const QByteArray payload = record->getPayload();
-    const bool written = dataFile->write(payload) == payload.size() && dataFile->flush();
-    // A closed temporary file still holds its descriptor. Giving the object its own name again
-    // drops the descriptor, while the file stays on disk under that name and is still removed
-    // with the object.
-    dataFile->close();
-    dataFile->setFileName(dataFile->fileName());
+    const bool written = file->write(payload) == payload.size() && file->flush();
+    file->close();
     if (!written) {
         qWarning("temp file writting failed - handling mime tag. ");
-        delete dataFile;
-        dataFile = nullptr;
-        return false;
+        return false; // the object removes the file
     }
+    const QString name = file->fileName();
 
     if (typeName.startsWith(QLatin1String(contactCardType), Qt::CaseInsensitive)) {
-        QString name;
+        QString contactName;
         QString details;
-        if (!ContactExporter::resolveContactInfo(QFileInfo(dataFile->fileName()), name, details)) {
+        if (!ContactExporter::resolveContactInfo(QFileInfo(name), contactName, details)) {
             qWarning("Tag contains corrupted contact information");
-            delete dataFile;
-            dataFile = nullptr;
-            return false;
+            return false; // the object removes the file
         }
     }
+    file->setAutoRemove(false);
+    dataFileName = name;
     return true;
 }
 

@@ -29,6 +29,8 @@ public:
     bool hasPredefinedSupport() const;
     QList<ContentAction::Action> actions() const;
     QTemporaryFile* dataFile() const;
+    // The name of the data file, empty when there is none; unlike dataFile() it makes no object.
+    QString dataFileName() const;
 
     const URINDEFRecord* uriRecord() const;
     bool isCallUri() const;

@@ -59,6 +59,10 @@ public:
     bool supported;
     const NDEFRecord* record;
     QList<ContentAction::Action> actions;
+    // The saved file's name, empty until the first successful save and again after a failed one.
+    QString dataFileName;
+    // The object dataFile() hands out for that name, made on first request and owned by the handler
+    // until it is gone, then by the removal queue.
     QTemporaryFile* dataFile;
     mutable QHash<QString, QString> defaultApplicationDatabase;
     QString defaultApplicationKey;

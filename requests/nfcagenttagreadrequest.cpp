@@ -191,8 +191,8 @@ void NfcAgentTagReadRequest::showConfirmationDialog()
         if (uriRecord && mimeType.isEmpty()) {
             confirmation = new NfcTagReadPermissionDialog(uriRecord, text);
         } else if (!mimeType.isEmpty() && text.isEmpty()) {
-            const QTemporaryFile* file = recordHandler->dataFile();
-            confirmation = new NfcTagReadPermissionDialog(mimeType, QFileInfo(file ? file->fileName() : QString()));
+            // By name: the dialog needs no file object, which would outlive the handler.
+            confirmation = new NfcTagReadPermissionDialog(mimeType, QFileInfo(recordHandler->dataFileName()));
         } else if (!text.isEmpty() && externalType.isEmpty()) {
             confirmation = new NfcTagReadPermissionDialog(text);
         } else if (!externalContent.isEmpty()) {

@@ -24,6 +24,7 @@ void BenchDialogServer::showDialog(ConnUi::Dialog* dialog)
             return;
         answeredAt = clock->nsecsElapsed();
         QMetaObject::invokeMethod(guarded, "done", Q_ARG(int, answer));
+        answerReturnedAt = clock->nsecsElapsed();
     });
 }
 
@@ -39,4 +40,5 @@ void BenchDialogServer::reset()
 {
     shownAt = -1;
     answeredAt = -1;
+    answerReturnedAt = -1;
 }

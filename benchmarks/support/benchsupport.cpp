@@ -37,6 +37,20 @@ bool waitFor(const std::function<bool()>& done, int timeoutMs)
     return true;
 }
 
+bool waitSleeping(const std::function<bool()>& done, int timeoutMs)
+{
+    // Wakes the wait at the deadline when nothing else does.
+    QTimer deadline;
+    deadline.setSingleShot(true);
+    deadline.start(timeoutMs);
+    while (!done()) {
+        if (!deadline.isActive())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
 void idle(int ms)
 {
     QEventLoop loop;

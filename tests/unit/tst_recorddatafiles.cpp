@@ -1,6 +1,7 @@
 // Record data files under load and faults: a saved payload holds no descriptor, a burst of MIME tags
 // under a low descriptor limit gets a confirmation dialog for every tag, no file outlives the plugin
-// or the process, and a full /tmp or no free descriptor costs a warning and nothing more.
+// or the process, pending files wait in order and go 20 s after their handlers, and a full /tmp or no
+// free descriptor costs a warning and nothing more.
 #include <QtTest>
 
 #include <QDir>
@@ -8,7 +9,10 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <QProcess>
+#include <QPointer>
+#include <QSet>
 #include <QSharedPointer>
+#include <QTemporaryFile>
 
 #include <cerrno>
 #include <cstring>
@@ -88,6 +92,27 @@ private:
     bool m_active = false;
 };
 
+// A MIME record whose handler saves its payload to a data file.
+QByteArray pictureTag(int serial)
+{
+    return NdefWriter::message({NdefWriter::mime("image/png", "PNG " + QByteArray::number(serial))});
+}
+
+// Saves and lets go of count picture records (serials from firstSerial on) without asking for their
+// file objects, so only their names wait. Gives the names of their data files.
+QStringList pendingPictureFiles(QList<QSharedPointer<NDEFMessage>>* messages, int count, int firstSerial)
+{
+    QStringList names;
+    for (int i = 0; i < count; ++i) {
+        messages->append(QSharedPointer<NDEFMessage>(NDEFMessage::createFromData(pictureTag(firstSerial + i))));
+        if (!messages->last())
+            return QStringList();
+        NdefRecordHandler handler(messages->last()->getRecords().first());
+        names.append(handler.dataFileName());
+    }
+    return names;
+}
+
 // The process started again in child mode: it saves one MIME record's payload, lets go of the handler
 // and ends normally at once, without the delay passing. Prints the data file's name.
 int childMain(int argc, char** argv)
@@ -98,6 +123,15 @@ int childMain(int argc, char** argv)
     if (!message || message->getRecords().size() != 1)
         return 2;
     auto* handler = new NdefRecordHandler(message->getRecords().first());
+    // "name": the file's object is never asked for, so only its name waits after the handler.
+    if (qgetenv(childModeVariable) == "name") {
+        if (handler->dataFileName().isEmpty())
+            return 3;
+        std::printf("%s\n", qPrintable(handler->dataFileName()));
+        std::fflush(stdout);
+        delete handler;
+        return 0;
+    }
     if (!handler->dataFile())
         return 3;
     std::printf("%s\n", qPrintable(handler->dataFile()->fileName()));
@@ -226,6 +260,178 @@ private Q_SLOTS:
         const QString file = QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
         QVERIFY2(file.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(file));
         QVERIFY2(!QFileInfo::exists(file), qPrintable(file + QStringLiteral(" outlived its process")));
+    }
+
+    void pendingNameOnlyDataFileIsRemovedWhenTheProcessEnds()
+    {
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QLatin1String(childModeVariable), QStringLiteral("name"));
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), QStringList());
+        QVERIFY(child.waitForFinished(30000));
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        const QString file = QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
+        QVERIFY2(file.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(file));
+        QVERIFY2(!QFileInfo::exists(file), qPrintable(file + QStringLiteral(" outlived its process")));
+    }
+
+    void dataFileNameNamesTheSavedFileWhileTheHandlerLives()
+    {
+        QScopedPointer<NDEFMessage> message(NDEFMessage::createFromData(pictureTag(1)));
+        QVERIFY(message);
+        auto* handler = new NdefRecordHandler(message->getRecords().first());
+        const QString name = handler->dataFileName();
+        QVERIFY2(name.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(name));
+        QCOMPARE(name.size(), int(qstrlen("/tmp/nfc-mime-tag-content-XXXXXX")));
+        QFile file(name);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), QByteArray("PNG 1"));
+        file.close();
+        // The object handed out later names the same file.
+        QVERIFY(handler->dataFile());
+        QCOMPARE(handler->dataFile()->fileName(), name);
+        QCOMPARE(handler->dataFile(), handler->dataFile());
+        delete handler;
+        QVERIFY(QFileInfo::exists(name));
+        NdefRecordHandler::removePendingDataFiles();
+        QVERIFY(!QFileInfo::exists(name));
+    }
+
+    void recordWithoutDataFileHasNoDataFileName()
+    {
+        QScopedPointer<NDEFMessage> message(
+            NDEFMessage::createFromData(NdefWriter::message({NdefWriter::uri(QStringLiteral("http://example.com"))})));
+        QVERIFY(message);
+        NdefRecordHandler handler(message->getRecords().first());
+        QVERIFY(handler.dataFileName().isEmpty());
+        QVERIFY(!handler.dataFile());
+    }
+
+    // Files whose handlers go at different times are each removed 20 s after their own handler, in
+    // that order, whether their object was handed out or only their name waits; a handed-out object
+    // deleted early takes its file with it and leaves the rest of the queue as it was. Files added
+    // while older ones are being removed join the queue behind them and wait their own 20 s.
+    void pendingDataFilesAreRemovedInOrderTwentySecondsAfterTheirHandlers()
+    {
+        const int files = 4;
+        QList<QSharedPointer<NDEFMessage>> messages;
+        QStringList names;
+        QList<qint64> goneAt;
+        QPointer<QTemporaryFile> handedOut;
+        QPointer<QTemporaryFile> deletedEarly;
+        QElapsedTimer clock;
+        clock.start();
+        // Many go with the first, so that later ones are added while the oldest are removed.
+        const QStringList early = pendingPictureFiles(&messages, 250, 1000);
+        for (int i = 0; i < files; ++i) {
+            messages.append(QSharedPointer<NDEFMessage>(NDEFMessage::createFromData(pictureTag(i))));
+            QVERIFY(messages.last());
+            auto* handler = new NdefRecordHandler(messages.last()->getRecords().first());
+            names.append(handler->dataFileName());
+            QVERIFY(QFileInfo::exists(names.last()));
+            if (i == 1)
+                handedOut = handler->dataFile();
+            if (i == 2)
+                deletedEarly = handler->dataFile();
+            goneAt.append(clock.elapsed());
+            delete handler;
+            QTest::qWait(700);
+        }
+        QVERIFY(handedOut);
+        QVERIFY(deletedEarly);
+        delete deletedEarly.data();
+        QVERIFY(!QFileInfo::exists(names.at(2)));
+        for (int i = 0; i < files; ++i) {
+            if (i != 2)
+                QVERIFY2(QFileInfo::exists(names.at(i)), qPrintable(names.at(i)));
+        }
+
+        // Watched every 20 ms until the last is gone.
+        QList<qint64> removedAt;
+        for (int i = 0; i < files; ++i)
+            removedAt.append(i == 2 ? goneAt.at(i) : -1);
+        QStringList added;
+        while (removedAt.contains(-1) && clock.elapsed() < goneAt.last() + 25000) {
+            QTest::qWait(20);
+            for (int i = 0; i < files; ++i) {
+                if (removedAt.at(i) < 0 && !QFileInfo::exists(names.at(i)))
+                    removedAt[i] = clock.elapsed();
+            }
+            if (removedAt.at(0) >= 0 && added.isEmpty())
+                added = pendingPictureFiles(&messages, 300, 2000);
+        }
+        for (const QString& name : early)
+            QVERIFY2(!QFileInfo::exists(name), qPrintable(name + QStringLiteral(" outlived its time")));
+        QCOMPARE(added.size(), 300);
+        for (const QString& name : qAsConst(added))
+            QVERIFY2(QFileInfo::exists(name), qPrintable(name + QStringLiteral(" was removed before its time")));
+        NdefRecordHandler::removePendingDataFiles();
+        for (const QString& name : qAsConst(added))
+            QVERIFY2(!QFileInfo::exists(name), qPrintable(name + QStringLiteral(" outlived removePendingDataFiles()")));
+        for (int i = 0; i < files; ++i) {
+            if (i == 2)
+                continue;
+            QVERIFY2(removedAt.at(i) >= 0, qPrintable(names.at(i) + QStringLiteral(" was never removed")));
+            const qint64 after = removedAt.at(i) - goneAt.at(i);
+            QVERIFY2(after >= 20000, qPrintable(QStringLiteral("file %1 removed %2 ms after its handler").arg(i).arg(after)));
+            // Late by the removal batch and a busy machine's scheduling at most.
+            QVERIFY2(after < 22000, qPrintable(QStringLiteral("file %1 removed %2 ms after its handler").arg(i).arg(after)));
+        }
+        QVERIFY(removedAt.at(0) <= removedAt.at(1));
+        QVERIFY(removedAt.at(1) <= removedAt.at(3));
+        // The handed-out object went with its file.
+        QVERIFY(handedOut.isNull());
+    }
+
+    void manyPendingDataFilesHoldNoDescriptorAndGoWithDestroy()
+    {
+        const int files = 5000;
+        const int descriptors = openDescriptors();
+        QList<QSharedPointer<NDEFMessage>> messages;
+        QStringList names;
+        QList<QPointer<QTemporaryFile>> objects;
+        for (int i = 0; i < files; ++i) {
+            messages.append(QSharedPointer<NDEFMessage>(NDEFMessage::createFromData(pictureTag(i))));
+            QVERIFY(messages.last());
+            auto* handler = new NdefRecordHandler(messages.last()->getRecords().first());
+            names.append(handler->dataFileName());
+            // One in ten was handed out as an object.
+            if (i % 10 == 0)
+                objects.append(handler->dataFile());
+            delete handler;
+        }
+        QCOMPARE(openDescriptors(), descriptors);
+        QCOMPARE(QSet<QString>(names.cbegin(), names.cend()).size(), files);
+        for (const QString& name : qAsConst(names)) {
+            if (!QFileInfo::exists(name))
+                QFAIL(qPrintable(name + QStringLiteral(" was removed before its time")));
+        }
+        for (const QPointer<QTemporaryFile>& object : qAsConst(objects))
+            QVERIFY(object);
+
+        plugin->destroy();
+        for (const QString& name : qAsConst(names)) {
+            if (QFileInfo::exists(name))
+                QFAIL(qPrintable(name + QStringLiteral(" outlived destroy()")));
+        }
+        for (const QPointer<QTemporaryFile>& object : qAsConst(objects))
+            QVERIFY(object.isNull());
+        QCOMPARE(openDescriptors(), descriptors);
+    }
+
+    void contactCardThatFailsValidationLeavesNoFileAndNoName()
+    {
+        FakePlatform::set(QStringLiteral("ContactExporter/valid"), false);
+        QScopedPointer<NDEFMessage> message(NDEFMessage::createFromData(cardTag(3)));
+        QVERIFY(message);
+        const QStringList before = QDir(QStringLiteral("/tmp")).entryList({QStringLiteral("nfc-mime-tag-content-*")});
+        QTest::ignoreMessage(QtWarningMsg, "Tag contains corrupted contact information");
+        NdefRecordHandler handler(message->getRecords().first());
+        QVERIFY(handler.dataFileName().isEmpty());
+        QVERIFY(!handler.dataFile());
+        QCOMPARE(QDir(QStringLiteral("/tmp")).entryList({QStringLiteral("nfc-mime-tag-content-*")}), before);
     }
 
     void noFreeDescriptorCostsOnlyWarnings()

@@ -1,7 +1,8 @@
 // Screen control through the session's screen saver. Both operations ask it to treat the moment as user
 // activity, which wakes a blanked screen and, in a locked session, brings up the unlock prompt: the user
 // still has to unlock. Nothing here unlocks by itself, so a touched tag never opens a locked desktop.
-// The call is not waited for; a session without a screen saver is reported once. Both are also
+// The call is not waited for, and not sent while earlier ones are still unanswered; a session without a
+// screen saver is reported once. Both are also
 // reported to UiIndications for the dialog server.
 #include "connectivityuiutils.h"
 #include "linuxlogging.h"
@@ -9,12 +10,19 @@
 #include "uiindications.h"
 #include "unwaitedcall.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
+#include <QPointer>
 
 namespace {
 
 const char screenSaverService[] = "org.freedesktop.ScreenSaver";
 const char screenSaverPath[] = "/org/freedesktop/ScreenSaver";
+// Pokes sent and not answered yet beyond which a new one is not sent.
+const int maxUnansweredPokes = 16;
+// A poke is given up after this long (the bus would wait 25 s).
+const int pokeTimeoutMs = 5000;
 
 // One warning per kind of failure for the life of the process: every tag touch wakes the screen.
 void warnOnce(const QString& errorName, const QString& message)
@@ -33,9 +41,29 @@ void simulateUserActivity()
         warnOnce(QStringLiteral("org.freedesktop.DBus.Error.NoServer"), QStringLiteral("no session bus"));
         return;
     }
-    ScreenSaverProxy screenSaver(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus);
-    UnwaitedCall::onFailure(screenSaver.SimulateUserActivity(),
-                            [](const QDBusError& error) { warnOnce(error.name(), error.message()); });
+    // A screen saver that has not answered the pokes already sent needs no more of them: a burst of
+    // tags, or a screen saver that hangs, would otherwise pile up calls waiting for their replies.
+    static int unanswered = 0;
+    if (unanswered >= maxUnansweredPokes)
+        return;
+    // One proxy for the life of the application. A proxy made for each call would add a match rule, a
+    // blocking GetNameOwner round trip and the match rule's removal to every tag touch, and keep the
+    // bus busy just when the answer to the touch's dialog is sent.
+    static QPointer<ScreenSaverProxy> screenSaver;
+    if (!screenSaver || screenSaver->connection().name() != bus.name()) {
+        delete screenSaver.data();
+        screenSaver = new ScreenSaverProxy(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus,
+                                           QCoreApplication::instance());
+        screenSaver->setTimeout(pokeTimeoutMs);
+    }
+    ++unanswered;
+    auto* watcher = new QDBusPendingCallWatcher(screenSaver->SimulateUserActivity());
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [](QDBusPendingCallWatcher* finished) {
+        --unanswered;
+        if (finished->isError())
+            warnOnce(finished->error().name(), finished->error().message());
+        finished->deleteLater();
+    });
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 // ConnectivityUIUtils on Linux: waking the screen and asking for the unlock prompt are both
 // org.freedesktop.ScreenSaver.SimulateUserActivity, never waited for; nothing ever unlocks the session.
+#include <QDBusConnection>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QtTest>
@@ -15,6 +17,20 @@ using ConnUi::ConnectivityUIUtils;
 namespace {
 
 const QString sessionPath = MockSuite::loginSessionPath();
+
+// A screen saver that takes every call and never answers, counting them.
+class SilentScreenSaver : public QDBusVirtualObject
+{
+public:
+    int calls = 0;
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override
+    {
+        if (message.member() == QLatin1String("SimulateUserActivity"))
+            ++calls;
+        return true;
+    }
+    QString introspect(const QString&) const override { return QString(); }
+};
 
 } // namespace
 
@@ -32,6 +48,7 @@ private Q_SLOTS:
     void lockedSessionStaysLocked();
     void bothAreReportedAsIndications();
     void screenSaverIsNotWaitedFor();
+    void unansweredPokesAreCappedUntilTheyTimeOut();
     // Runs last: the warning is given once per process.
     void withoutScreenSaverOneWarningAndNoWait();
 
@@ -136,6 +153,38 @@ void tst_ConnectivityUIUtils::withoutScreenSaverOneWarningAndNoWait()
     QTRY_COMPARE(warnings.count(), 1);
     QTest::qWait(300);
     QCOMPARE(warnings.count(), 1);
+}
+
+void tst_ConnectivityUIUtils::unansweredPokesAreCappedUntilTheyTimeOut()
+{
+    // Calls left unanswered, by the screen saver stopped here or the silent one below, are reported once.
+    QTest::ignoreMessage(QtWarningMsg,
+                         QRegularExpression(QStringLiteral("^ConnectivityUIUtils: the screen cannot be woken: .* "
+                                                           "\\(org\\.freedesktop\\.DBus\\.Error\\.NoReply\\)$")));
+    m_screenSaver->stop();
+    // The replies to earlier tests' calls come in first.
+    QTest::qWait(500);
+    QDBusConnection hung = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("hung-saver"));
+    QVERIFY(hung.isConnected());
+    SilentScreenSaver saver;
+    QVERIFY(hung.registerVirtualObject(PhoneMocks::screenSaverPath(), &saver));
+    QVERIFY(hung.registerService(QStringLiteral("org.freedesktop.ScreenSaver")));
+
+    // Sixteen wait for their replies; the rest of a burst is not sent.
+    for (int i = 0; i < 40; ++i)
+        ConnectivityUIUtils::unblankDisplay();
+    QTRY_COMPARE(saver.calls, 16);
+    QTest::qWait(300);
+    QCOMPARE(saver.calls, 16);
+
+    // Once they time out (5 s), a touch pokes the screen saver again.
+    QTest::qWait(5500);
+    ConnectivityUIUtils::unblankDisplay();
+    QTRY_COMPARE(saver.calls, 17);
+
+    hung.unregisterService(QStringLiteral("org.freedesktop.ScreenSaver"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("hung-saver"));
+    MockSuite::startOnPrivateBus(*m_screenSaver, {{QStringLiteral("Active"), true}});
 }
 
 QTEST_GUILESS_MAIN(tst_ConnectivityUIUtils)
