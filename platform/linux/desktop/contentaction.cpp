@@ -17,6 +17,7 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QSharedData>
+#include <QThreadPool>
 #include <QVector>
 
 #include <unistd.h>
@@ -363,6 +364,46 @@ FileType fileTypeFor(const QUrl& file, const QString& mimeType)
     return result;
 }
 
+// The thread that starts programs (Action::trigger()). Its pool is destroyed with the program's
+// static objects, after waiting for the launches asked for.
+class Launcher : public QThreadPool
+{
+public:
+    Launcher() { setMaxThreadCount(1); }
+};
+
+Q_GLOBAL_STATIC(Launcher, launcher)
+
+void launch(const AppInfoRef& appRef, const QStringList& arguments)
+{
+    GAppInfo* app = appRef.get();
+    // An entry whose Exec line takes no URIs or files (and that is not started over D-Bus) is started
+    // once without them, where GIO would start it once per argument.
+    const bool takesArguments = g_app_info_supports_uris(app) || g_app_info_supports_files(app)
+        || (G_IS_DESKTOP_APP_INFO(app)
+            && g_desktop_app_info_get_boolean(G_DESKTOP_APP_INFO(app), "DBusActivatable"));
+    QList<QByteArray> storage;
+    GList* uris = nullptr;
+    if (takesArguments) {
+        for (const QString& argument : arguments) {
+            storage.append(argument.toUtf8());
+            uris = g_list_append(uris, storage.last().data());
+        }
+    }
+
+    // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
+    // the entry asks for it, and spawns the program detached (it is not our child).
+    GError* error = nullptr;
+    const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
+    g_list_free(uris);
+    if (!started) {
+        qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(appRef.id()),
+                  error ? error->message : "unknown error");
+    }
+    if (error)
+        g_error_free(error);
+}
+
 } // namespace
 
 namespace ContentAction {
@@ -432,35 +473,14 @@ QString Action::name() const
 
 void Action::trigger() const
 {
-    GAppInfo* app = d->app.get();
-    if (!app)
+    if (!d->app)
         return;
-
-    // An entry whose Exec line takes no URIs or files (and that is not started over D-Bus) is started
-    // once without them, where GIO would start it once per argument.
-    const bool takesArguments = g_app_info_supports_uris(app) || g_app_info_supports_files(app)
-        || (G_IS_DESKTOP_APP_INFO(app)
-            && g_desktop_app_info_get_boolean(G_DESKTOP_APP_INFO(app), "DBusActivatable"));
-    QList<QByteArray> storage;
-    GList* uris = nullptr;
-    if (takesArguments) {
-        for (const QString& argument : qAsConst(d->arguments)) {
-            storage.append(argument.toUtf8());
-            uris = g_list_append(uris, storage.last().data());
-        }
-    }
-
-    // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
-    // the entry asks for it, and spawns the program detached (it is not our child).
-    GError* error = nullptr;
-    const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
-    g_list_free(uris);
-    if (!started) {
-        qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(d->app.id()),
-                 error ? error->message : "unknown error");
-    }
-    if (error)
-        g_error_free(error);
+    // Starting a program forks the dialog server, which takes milliseconds for a process of its size;
+    // the launcher's thread does it, so that neither the event loop nor the reply the NFC daemon waits
+    // for waits on it. One thread, so that programs start in the order they were asked for.
+    const AppInfoRef app = d->app;
+    const QStringList arguments = d->arguments;
+    launcher()->start([app, arguments] { launch(app, arguments); });
 }
 
 QList<Action> Action::actionsForString(const QString& text)
