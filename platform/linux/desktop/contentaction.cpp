@@ -17,9 +17,14 @@
 #include <QRegularExpression>
 #include <QSet>
 #include <QSharedData>
+#include <QThreadPool>
 #include <QVector>
 
+#include <unistd.h>
+
 #include <atomic>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -64,6 +69,7 @@ private:
 QVector<AppInfoRef> adoptList(GList* list)
 {
     QVector<AppInfoRef> refs;
+    refs.reserve(int(g_list_length(list)));
     for (GList* item = list; item; item = item->next)
         refs.append(AppInfoRef::adopt(G_APP_INFO(item->data)));
     g_list_free(list);
@@ -74,6 +80,50 @@ QVector<AppInfoRef> adoptList(GList* list)
 // kept here. GIO's GAppInfoMonitor reports when the installed entries or the associations change. It
 // is made under the default main context, which Qt's event dispatcher runs, so the report arrives
 // through the event loop and a cached lookup costs no system call.
+// Whether any file exists from which GIO takes configured defaults or added and removed
+// associations: mimeapps.list and <desktop>-mimeapps.list (for each desktop XDG_CURRENT_DESKTOP names,
+// in lower case) in the user's and the system's XDG configuration directories and in the applications
+// directory of every XDG data directory, and the older defaults.list in the latter. Without any, GIO's
+// default for a type is the first application it lists for the type (its own, then its parents'), so
+// the list alone tells the default. A few access() calls, where a default lookup builds a desktop entry
+// a second time.
+bool associationFilesExist()
+{
+    std::vector<std::string> names{"mimeapps.list"};
+    if (const char* desktops = g_getenv("XDG_CURRENT_DESKTOP")) {
+        std::string desktop;
+        for (const char* c = desktops;; ++c) {
+            if (*c == ':' || *c == '\0') {
+                if (!desktop.empty())
+                    names.push_back(desktop + "-mimeapps.list");
+                desktop.clear();
+                if (*c == '\0')
+                    break;
+            } else {
+                desktop += g_ascii_tolower(*c);
+            }
+        }
+    }
+    auto anyIn = [&names](const std::string& dir, bool applicationsDir) {
+        for (const std::string& name : names) {
+            if (::access((dir + '/' + name).c_str(), F_OK) == 0)
+                return true;
+        }
+        return applicationsDir && ::access((dir + "/defaults.list").c_str(), F_OK) == 0;
+    };
+    if (anyIn(g_get_user_config_dir(), false) || anyIn(std::string(g_get_user_data_dir()) + "/applications", true))
+        return true;
+    for (const gchar* const* dir = g_get_system_config_dirs(); *dir; ++dir) {
+        if (anyIn(*dir, false))
+            return true;
+    }
+    for (const gchar* const* dir = g_get_system_data_dirs(); *dir; ++dir) {
+        if (anyIn(std::string(*dir) + "/applications", true))
+            return true;
+    }
+    return false;
+}
+
 class Registry
 {
 public:
@@ -107,23 +157,30 @@ public:
             return it.value();
 
         const QByteArray type = contentType.toUtf8();
-        QVector<AppInfoRef> answer;
-        QSet<QString> ids;
-        auto add = [&](const AppInfoRef& app) {
-            if (!app)
-                return;
-            const QString id = app.id();
-            if (ids.contains(id))
-                return;
-            ids.insert(id);
-            answer.append(app);
-        };
-        add(defaultLocked(contentType));
-        for (const AppInfoRef& app : adoptList(g_app_info_get_all_for_type(type.constData())))
-            add(app);
-        for (const QString& parent : implicitParents) {
-            for (const AppInfoRef& app : adoptList(g_app_info_get_recommended_for_type(parent.toUtf8().constData())))
+        // Without configured defaults the first application GIO lists is its default already.
+        const AppInfoRef configuredDefault =
+            associationsConfiguredLocked() ? defaultLocked(contentType) : AppInfoRef();
+        QVector<AppInfoRef> answer = adoptList(g_app_info_get_all_for_type(type.constData()));
+        // GIO lists each application once; only the default and the implicit parents' applications
+        // can repeat one.
+        if (configuredDefault || !implicitParents.isEmpty()) {
+            QSet<QString> ids;
+            QVector<AppInfoRef> listed;
+            listed.swap(answer);
+            auto add = [&](const AppInfoRef& app) {
+                if (app && !ids.contains(app.id())) {
+                    ids.insert(app.id());
+                    answer.append(app);
+                }
+            };
+            add(configuredDefault);
+            for (const AppInfoRef& app : qAsConst(listed))
                 add(app);
+            for (const QString& parent : implicitParents) {
+                for (const AppInfoRef& app :
+                     adoptList(g_app_info_get_recommended_for_type(parent.toUtf8().constData())))
+                    add(app);
+            }
         }
         m_types.insert(contentType, answer);
         return answer;
@@ -177,6 +234,15 @@ private:
         return app;
     }
 
+    // Called with the mutex held: whether association files exist, looked at once until a change is
+    // reported (the monitor reports their changes too).
+    bool associationsConfiguredLocked()
+    {
+        if (m_associations == Associations::Unknown)
+            m_associations = associationFilesExist() ? Associations::Configured : Associations::None;
+        return m_associations == Associations::Configured;
+    }
+
     // Called with the mutex held: forgets the answers once a change was reported.
     void dropIfChanged()
     {
@@ -184,13 +250,17 @@ private:
             m_types.clear();
             m_defaults.clear();
             m_entries.clear();
+            m_associations = Associations::Unknown;
         }
     }
+
+    enum class Associations { Unknown, None, Configured };
 
     QMutex m_mutex;
     GAppInfoMonitor* m_monitor = nullptr;
     gulong m_handlerId = 0;
     std::atomic<bool> m_changed{false};
+    Associations m_associations = Associations::Unknown;
     QHash<QString, QVector<AppInfoRef>> m_types;
     QHash<QString, AppInfoRef> m_defaults;
     QHash<QString, AppInfoRef> m_entries;
@@ -294,6 +364,46 @@ FileType fileTypeFor(const QUrl& file, const QString& mimeType)
     return result;
 }
 
+// The thread that starts programs (Action::trigger()). Its pool is destroyed with the program's
+// static objects, after waiting for the launches asked for.
+class Launcher : public QThreadPool
+{
+public:
+    Launcher() { setMaxThreadCount(1); }
+};
+
+Q_GLOBAL_STATIC(Launcher, launcher)
+
+void launch(const AppInfoRef& appRef, const QStringList& arguments)
+{
+    GAppInfo* app = appRef.get();
+    // An entry whose Exec line takes no URIs or files (and that is not started over D-Bus) is started
+    // once without them, where GIO would start it once per argument.
+    const bool takesArguments = g_app_info_supports_uris(app) || g_app_info_supports_files(app)
+        || (G_IS_DESKTOP_APP_INFO(app)
+            && g_desktop_app_info_get_boolean(G_DESKTOP_APP_INFO(app), "DBusActivatable"));
+    QList<QByteArray> storage;
+    GList* uris = nullptr;
+    if (takesArguments) {
+        for (const QString& argument : arguments) {
+            storage.append(argument.toUtf8());
+            uris = g_list_append(uris, storage.last().data());
+        }
+    }
+
+    // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
+    // the entry asks for it, and spawns the program detached (it is not our child).
+    GError* error = nullptr;
+    const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
+    g_list_free(uris);
+    if (!started) {
+        qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(appRef.id()),
+                  error ? error->message : "unknown error");
+    }
+    if (error)
+        g_error_free(error);
+}
+
 } // namespace
 
 namespace ContentAction {
@@ -363,35 +473,14 @@ QString Action::name() const
 
 void Action::trigger() const
 {
-    GAppInfo* app = d->app.get();
-    if (!app)
+    if (!d->app)
         return;
-
-    // An entry whose Exec line takes no URIs or files (and that is not started over D-Bus) is started
-    // once without them, where GIO would start it once per argument.
-    const bool takesArguments = g_app_info_supports_uris(app) || g_app_info_supports_files(app)
-        || (G_IS_DESKTOP_APP_INFO(app)
-            && g_desktop_app_info_get_boolean(G_DESKTOP_APP_INFO(app), "DBusActivatable"));
-    QList<QByteArray> storage;
-    GList* uris = nullptr;
-    if (takesArguments) {
-        for (const QString& argument : qAsConst(d->arguments)) {
-            storage.append(argument.toUtf8());
-            uris = g_list_append(uris, storage.last().data());
-        }
-    }
-
-    // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
-    // the entry asks for it, and spawns the program detached (it is not our child).
-    GError* error = nullptr;
-    const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
-    g_list_free(uris);
-    if (!started) {
-        qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(d->app.id()),
-                 error ? error->message : "unknown error");
-    }
-    if (error)
-        g_error_free(error);
+    // Starting a program forks the dialog server, which takes milliseconds for a process of its size;
+    // the launcher's thread does it, so that neither the event loop nor the reply the NFC daemon waits
+    // for waits on it. One thread, so that programs start in the order they were asked for.
+    const AppInfoRef app = d->app;
+    const QStringList arguments = d->arguments;
+    launcher()->start([app, arguments] { launch(app, arguments); });
 }
 
 QList<Action> Action::actionsForString(const QString& text)
