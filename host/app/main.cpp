@@ -111,10 +111,11 @@ void installTranslations(QCoreApplication* app)
     }
 }
 
-// A screen the windows can go to. The offscreen platform draws (for screenshots) but shows nothing.
+// A screen the windows can go to. The offscreen and minimal platforms draw (for screenshots) but show
+// nothing; a platform name may carry options after a colon.
 bool isOffscreen()
 {
-    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM").split(':').first();
     return platform == "offscreen" || platform == "minimal";
 }
 
@@ -159,7 +160,7 @@ int main(int argc, char** argv)
         || !arguments.filter(QRegularExpression(QStringLiteral("^--screenshots="))).isEmpty();
     const bool display = hasDisplay();
     if (!display && wantsScreenshots)
-        qputenv("QT_QPA_PLATFORM", "offscreen"); // screenshots render without a display
+        qputenv("QT_QPA_PLATFORM", "minimal:enable_fonts"); // screenshots render without a display
     // Qt reads options of its own from the command line (QGuiApplication takes "-plugin"), so it gets
     // only the program name; the host's options are parsed from the list above.
     static int qtArgc = 1;
