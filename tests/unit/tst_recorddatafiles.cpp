@@ -154,6 +154,23 @@ private:
         Q_EMIT agent()->dataDeliveryRequested(NdefMessageHandlerList(), QDBusObjectPath(target), data);
     }
 
+    // Runs this program again in the given child mode, in which it leaves a data file pending and ends
+    // normally printing the file's name; the file must be gone with the process.
+    void expectChildsFileRemovedAtExit(const QString& mode)
+    {
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QLatin1String(childModeVariable), mode);
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), QStringList());
+        QVERIFY(child.waitForFinished(30000));
+        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(child.exitCode(), 0);
+        const QString file = QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
+        QVERIFY2(file.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(file));
+        QVERIFY2(!QFileInfo::exists(file), qPrintable(file + QStringLiteral(" outlived its process")));
+    }
+
 private Q_SLOTS:
     void init()
     {
@@ -247,34 +264,11 @@ private Q_SLOTS:
             QVERIFY2(!QFileInfo::exists(file), qPrintable(file));
     }
 
-    void pendingDataFileIsRemovedWhenTheProcessEnds()
-    {
-        QProcess child;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QLatin1String(childModeVariable), QStringLiteral("1"));
-        child.setProcessEnvironment(environment);
-        child.start(QCoreApplication::applicationFilePath(), QStringList());
-        QVERIFY(child.waitForFinished(30000));
-        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(child.exitCode(), 0);
-        const QString file = QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
-        QVERIFY2(file.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(file));
-        QVERIFY2(!QFileInfo::exists(file), qPrintable(file + QStringLiteral(" outlived its process")));
-    }
+    void pendingDataFileIsRemovedWhenTheProcessEnds() { expectChildsFileRemovedAtExit(QStringLiteral("1")); }
 
     void pendingNameOnlyDataFileIsRemovedWhenTheProcessEnds()
     {
-        QProcess child;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QLatin1String(childModeVariable), QStringLiteral("name"));
-        child.setProcessEnvironment(environment);
-        child.start(QCoreApplication::applicationFilePath(), QStringList());
-        QVERIFY(child.waitForFinished(30000));
-        QCOMPARE(child.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(child.exitCode(), 0);
-        const QString file = QString::fromLocal8Bit(child.readAllStandardOutput()).trimmed();
-        QVERIFY2(file.startsWith(QLatin1String("/tmp/nfc-mime-tag-content-")), qPrintable(file));
-        QVERIFY2(!QFileInfo::exists(file), qPrintable(file + QStringLiteral(" outlived its process")));
+        expectChildsFileRemovedAtExit(QStringLiteral("name"));
     }
 
     void dataFileNameNamesTheSavedFileWhileTheHandlerLives()
