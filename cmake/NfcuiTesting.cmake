@@ -16,6 +16,11 @@ else()
     set(NFCUI_TEST_TIMEOUT_SCALE 1 CACHE STRING "How many times longer the tests may take")
 endif()
 
+# Every test program makes a round trip on its default bus connections before it ends, so that no
+# answer is still in Qt's D-Bus thread when the program goes (tests/support/flushbusesatexit.cpp).
+add_library(nfcui_test_flushbuses OBJECT ${PROJECT_SOURCE_DIR}/tests/support/flushbusesatexit.cpp)
+target_link_libraries(nfcui_test_flushbuses PUBLIC Qt5::Core Qt5::DBus)
+
 function(nfcui_add_test suite name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;DEFINITIONS;DEPENDS;ARGS;LABELS" ${ARGN})
     if(NOT ARG_SOURCES)
@@ -25,7 +30,7 @@ function(nfcui_add_test suite name)
         set(ARG_TIMEOUT 120)
     endif()
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} Qt5::Test)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} nfcui_test_flushbuses Qt5::Test)
     if(ARG_DEFINITIONS)
         target_compile_definitions(${name} PRIVATE ${ARG_DEFINITIONS})
     endif()
