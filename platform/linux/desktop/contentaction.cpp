@@ -76,10 +76,6 @@ QVector<AppInfoRef> adoptList(GList* list)
     return refs;
 }
 
-// GIO re-reads a desktop entry from disk each time it builds a GAppInfo for it, so the answers are
-// kept here. GIO's GAppInfoMonitor reports when the installed entries or the associations change. It
-// is made under the default main context, which Qt's event dispatcher runs, so the report arrives
-// through the event loop and a cached lookup costs no system call.
 // Whether any file exists from which GIO takes configured defaults or added and removed
 // associations: mimeapps.list and <desktop>-mimeapps.list (for each desktop XDG_CURRENT_DESKTOP names,
 // in lower case) in the user's and the system's XDG configuration directories and in the applications
@@ -124,6 +120,10 @@ bool associationFilesExist()
     return false;
 }
 
+// GIO re-reads a desktop entry from disk each time it builds a GAppInfo for it, so the answers are
+// kept here. GIO's GAppInfoMonitor reports when the installed entries or the associations change. It
+// is made under the default main context, which Qt's event dispatcher runs, so the report arrives
+// through the event loop and a cached lookup costs no system call.
 class Registry
 {
 public:
