@@ -21,6 +21,7 @@
 #include <QCoreApplication>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QPointer>
 
 namespace {
 
@@ -143,9 +144,16 @@ bool feedbackdRuns(const QDBusConnection& bus)
 // Asks feedbackd for the event without waiting; should it refuse, the event's sound is played instead.
 void trigger(const QDBusConnection& bus, const QString& event)
 {
-    FeedbackdProxy feedbackd(QLatin1String(feedbackService), QLatin1String(feedbackPath), bus);
+    // One proxy for the life of the application. A proxy made for each touch would add a match rule, a
+    // blocking GetNameOwner round trip and the match rule's removal to every touch.
+    static QPointer<FeedbackdProxy> feedbackd;
+    if (!feedbackd || feedbackd->connection().name() != bus.name()) {
+        delete feedbackd.data();
+        feedbackd = new FeedbackdProxy(QLatin1String(feedbackService), QLatin1String(feedbackPath), bus,
+                                       QCoreApplication::instance());
+    }
     QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(
-        feedbackd.TriggerFeedback(ConnUi::FeedbackEffectPrivate::applicationId(), event, QVariantMap(), -1));
+        feedbackd->TriggerFeedback(ConnUi::FeedbackEffectPrivate::applicationId(), event, QVariantMap(), -1));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [event](QDBusPendingCallWatcher* call) {
         const QDBusPendingReply<uint> reply = *call;
         if (reply.isError()) {
