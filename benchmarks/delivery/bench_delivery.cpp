@@ -395,7 +395,7 @@ int main(int argc, char** argv)
     plugin->initialize(&server);
     if (!bench.daemonBus.registerService(QLatin1String(Nfcd::ServiceName)))
         return fail(QStringLiteral("cannot own com.orvan.nfc"));
-    if (!Bench::waitFor([&daemon] { return daemon.hasAgent(); }, 10000))
+    if (!Bench::waitSleeping([&daemon] { return daemon.hasAgent(); }, 10000))
         return fail(QStringLiteral("the plugin registered no agent"));
 
     Echo echo;

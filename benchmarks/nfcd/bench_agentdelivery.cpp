@@ -88,7 +88,7 @@ int main(int argc, char** argv)
     plugin->initialize(&server);
     if (!daemonBus.registerService(QLatin1String(Nfcd::ServiceName)))
         return fail("cannot own com.orvan.nfc");
-    if (!Bench::waitFor([&daemon] { return daemon.hasAgent(); }, 10000))
+    if (!Bench::waitSleeping([&daemon] { return daemon.hasAgent(); }, 10000))
         return fail("the plugin registered no agent");
 
     // Bare round trips: the daemon's connection calls an empty method on the plugin's connection.
@@ -107,7 +107,7 @@ int main(int argc, char** argv)
             answered = true;
             watcher->deleteLater();
         });
-        if (!Bench::waitFor([&answered] { return answered; }, 10000))
+        if (!Bench::waitSleeping([&answered] { return answered; }, 10000))
             return fail("a bare round trip got no answer");
         if (i >= warmUp)
             bare.push_back(clock.nsecsElapsed() - start);
@@ -148,7 +148,7 @@ int main(int argc, char** argv)
                     watcher->deleteLater();
                 });
             }
-            if (!Bench::waitFor([&answered] { return answered; }, 20000))
+            if (!Bench::waitSleeping([&answered] { return answered; }, 20000))
                 return fail("a delivery got no answer");
             if (error != QLatin1String(Nfcd::AgentErrorRejected) || server.shownAt < 0) {
                 std::fprintf(stderr, "bench_agentdelivery: touch %d answered %s, dialog shown %s\n", i,

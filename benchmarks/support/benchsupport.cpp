@@ -25,18 +25,6 @@ double percentile(std::vector<qint64> values, double p)
     return double(values[index]) / 1000.0;
 }
 
-bool waitFor(const std::function<bool()>& done, int timeoutMs)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!done()) {
-        if (timer.elapsed() > timeoutMs)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    }
-    return true;
-}
-
 bool waitSleeping(const std::function<bool()>& done, int timeoutMs)
 {
     // Wakes the wait at the deadline when nothing else does.

@@ -14,10 +14,8 @@ namespace Bench {
 // The p-th percentile (0..1) of samples in nanoseconds, in microseconds.
 double percentile(std::vector<qint64> values, double p);
 
-// Runs the event loop until done() holds; false after timeoutMs. It polls the event loop without sleeping.
-bool waitFor(const std::function<bool()>& done, int timeoutMs);
-
-// The same, sleeping in the event loop between events as a server's thread does. A thread that polls
+// Runs the event loop until done() holds; false after timeoutMs. The thread sleeps in the event loop
+// between events as a server's thread does. A thread that polls
 // keeps a CPU busy: on a machine with few cores QtDBus's connection thread, woken to send or read a
 // message, then waits behind it for the scheduler (about a millisecond at a time), which is measured
 // as bus latency.
