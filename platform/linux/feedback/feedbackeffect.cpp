@@ -4,6 +4,7 @@
 // the dialog server can show it.
 #include "feedbackeffect.h"
 #include "feedbackeffect_p.h"
+#include "applicationproxy.h"
 #include "feedbackdproxy.h"
 #include "linuxlogging.h"
 #include "uiindications.h"
@@ -21,7 +22,6 @@
 #include <QCoreApplication>
 #include <QMutex>
 #include <QMutexLocker>
-#include <QPointer>
 
 namespace {
 
@@ -144,14 +144,7 @@ bool feedbackdRuns(const QDBusConnection& bus)
 // Asks feedbackd for the event without waiting; should it refuse, the event's sound is played instead.
 void trigger(const QDBusConnection& bus, const QString& event)
 {
-    // One proxy for the life of the application. A proxy made for each touch would add a match rule, a
-    // blocking GetNameOwner round trip and the match rule's removal to every touch.
-    static QPointer<FeedbackdProxy> feedbackd;
-    if (!feedbackd || feedbackd->connection().name() != bus.name()) {
-        delete feedbackd.data();
-        feedbackd = new FeedbackdProxy(QLatin1String(feedbackService), QLatin1String(feedbackPath), bus,
-                                       QCoreApplication::instance());
-    }
+    FeedbackdProxy* feedbackd = applicationProxy<FeedbackdProxy>(bus, feedbackService, feedbackPath);
     QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(
         feedbackd->TriggerFeedback(ConnUi::FeedbackEffectPrivate::applicationId(), event, QVariantMap(), -1));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [event](QDBusPendingCallWatcher* call) {

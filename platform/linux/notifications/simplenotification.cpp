@@ -6,6 +6,7 @@
 // The call is not waited for. A session without a notification service is reported once; the banner is
 // still reported to UiIndications, so that the dialog server can show it some other way.
 #include "simplenotification.h"
+#include "applicationproxy.h"
 #include "linuxlogging.h"
 #include "notificationsproxy.h"
 #include "simplenotification_p.h"
@@ -63,8 +64,9 @@ void SimpleNotification::show(const QString& eventType, const QString& detail, c
         return;
     }
 
-    NotificationsProxy notifications(QLatin1String(notificationsService), QLatin1String(notificationsPath), bus);
-    UnwaitedCall::onFailure(notifications.Notify(SimpleNotificationPrivate::applicationName(), 0, icon, text, detail,
+    NotificationsProxy* notifications =
+        applicationProxy<NotificationsProxy>(bus, notificationsService, notificationsPath);
+    UnwaitedCall::onFailure(notifications->Notify(SimpleNotificationPrivate::applicationName(), 0, icon, text, detail,
                                                  QStringList(), SimpleNotificationPrivate::hints(eventType), -1),
                             [](const QDBusError& error) { warnOnce(error.name(), error.message()); });
 }

@@ -5,15 +5,14 @@
 // screen saver is reported once. Both are also
 // reported to UiIndications for the dialog server.
 #include "connectivityuiutils.h"
+#include "applicationproxy.h"
 #include "linuxlogging.h"
 #include "screensaverproxy.h"
 #include "uiindications.h"
 #include "unwaitedcall.h"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusPendingCallWatcher>
-#include <QPointer>
 
 namespace {
 
@@ -46,16 +45,8 @@ void simulateUserActivity()
     static int unanswered = 0;
     if (unanswered >= maxUnansweredPokes)
         return;
-    // One proxy for the life of the application. A proxy made for each call would add a match rule, a
-    // blocking GetNameOwner round trip and the match rule's removal to every tag touch, and keep the
-    // bus busy just when the answer to the touch's dialog is sent.
-    static QPointer<ScreenSaverProxy> screenSaver;
-    if (!screenSaver || screenSaver->connection().name() != bus.name()) {
-        delete screenSaver.data();
-        screenSaver = new ScreenSaverProxy(QLatin1String(screenSaverService), QLatin1String(screenSaverPath), bus,
-                                           QCoreApplication::instance());
-        screenSaver->setTimeout(pokeTimeoutMs);
-    }
+    ScreenSaverProxy* screenSaver = applicationProxy<ScreenSaverProxy>(bus, screenSaverService, screenSaverPath);
+    screenSaver->setTimeout(pokeTimeoutMs);
     ++unanswered;
     auto* watcher = new QDBusPendingCallWatcher(screenSaver->SimulateUserActivity());
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [](QDBusPendingCallWatcher* finished) {

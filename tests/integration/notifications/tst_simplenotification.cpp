@@ -4,6 +4,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "buscallmonitor.h"
 #include "mocksuite.h"
 #include "phonemocks.h"
 #include "simplenotification.h"
@@ -31,6 +32,7 @@ private Q_SLOTS:
     void bannerIsReportedAsIndication();
     void bannersKeepTheirOrder();
     void notificationIsNotWaitedFor();
+    void laterBannersAddNoMatchRuleOrOwnerLookup();
     // Runs last: the warning is given once per process.
     void withoutNotificationServiceOneWarningAndNoWait();
 
@@ -144,6 +146,21 @@ void tst_SimpleNotification::notificationIsNotWaitedFor()
     SimpleNotification::show(QStringLiteral("x-orvan.nfc"), QString(), QStringLiteral("slow"), QString());
     QVERIFY(timer.elapsed() < 1000);
     QTRY_COMPARE(PhoneMocks::notificationsShown(*m_mock).size(), 1);
+}
+
+// Each banner is its Notify call and nothing else on the bus: a proxy made per banner would add an owner
+// lookup, a match rule and the rule's removal to each.
+void tst_SimpleNotification::laterBannersAddNoMatchRuleOrOwnerLookup()
+{
+    SimpleNotification::show(QStringLiteral("x-orvan.nfc"), QString(), QStringLiteral("first"), QString());
+    QTRY_COMPARE(PhoneMocks::notificationsShown(*m_mock).size(), 1);
+
+    BusCallMonitor monitor;
+    QVERIFY2(monitor.start(), "dbus-monitor is needed");
+    SimpleNotification::show(QStringLiteral("x-orvan.nfc.connected"), QString(), QStringLiteral("second"), QString());
+    SimpleNotification::show(QStringLiteral("x-orvan.nfc.disconnected"), QString(), QStringLiteral("third"), QString());
+    QTRY_COMPARE(PhoneMocks::notificationsShown(*m_mock).size(), 3);
+    QCOMPARE(monitor.calls(), QStringList());
 }
 
 void tst_SimpleNotification::withoutNotificationServiceOneWarningAndNoWait()

@@ -6,6 +6,7 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include "buscallmonitor.h"
 #include "connectivityuiutils.h"
 #include "mocksuite.h"
 #include "phonemocks.h"
@@ -49,6 +50,7 @@ private Q_SLOTS:
     void bothAreReportedAsIndications();
     void screenSaverIsNotWaitedFor();
     void unansweredPokesAreCappedUntilTheyTimeOut();
+    void laterPokesAddNoMatchRuleOrOwnerLookup();
     // Runs last: the warning is given once per process.
     void withoutScreenSaverOneWarningAndNoWait();
 
@@ -134,6 +136,22 @@ void tst_ConnectivityUIUtils::screenSaverIsNotWaitedFor()
     ConnectivityUIUtils::unblankDisplay();
     QVERIFY(timer.elapsed() < 1000);
     QTRY_COMPARE(m_screenSaver->callNames(PhoneMocks::screenSaverPath()).size(), 1);
+}
+
+// Each poke is its SimulateUserActivity call and nothing else on the bus: a proxy made per poke would add
+// an owner lookup, a match rule and the rule's removal to every touch.
+void tst_ConnectivityUIUtils::laterPokesAddNoMatchRuleOrOwnerLookup()
+{
+    ConnectivityUIUtils::unblankDisplay();
+    QTRY_COMPARE(m_screenSaver->callNames(PhoneMocks::screenSaverPath()).size(), 1);
+
+    BusCallMonitor monitor;
+    QVERIFY2(monitor.start(), "dbus-monitor is needed");
+    ConnectivityUIUtils::unlockScreen();
+    ConnectivityUIUtils::unblankDisplay();
+    ConnectivityUIUtils::unlockScreen();
+    QTRY_COMPARE(m_screenSaver->callNames(PhoneMocks::screenSaverPath()).size(), 4);
+    QCOMPARE(monitor.calls(), QStringList());
 }
 
 void tst_ConnectivityUIUtils::withoutScreenSaverOneWarningAndNoWait()
