@@ -54,7 +54,5 @@ void fuzzPluginInput(quint8 options, const QByteArray& bytes)
     }
     if (!texts.isEmpty())
         FUZZ_CHECK(NdefRecordHandler::selectTextRecord(texts));
-    // The data files of this input go now, not 20 seconds later.
-    NdefRecordHandler::removePendingDataFiles();
-    FakePlatform::clearCalls();
+    forgetInput();
 }

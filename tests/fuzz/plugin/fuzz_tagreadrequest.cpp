@@ -48,6 +48,5 @@ void fuzzPluginInput(quint8 options, const QByteArray& bytes)
         QThreadPool::globalInstance()->waitForDone();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
-    ConnUi::NdefRecordHandler::removePendingDataFiles();
-    FakePlatform::clearCalls();
+    forgetInput();
 }
