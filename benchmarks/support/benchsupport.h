@@ -15,10 +15,9 @@ namespace Bench {
 double percentile(std::vector<qint64> values, double p);
 
 // Runs the event loop until done() holds; false after timeoutMs. The thread sleeps in the event loop
-// between events as a server's thread does. A thread that polls
-// keeps a CPU busy: on a machine with few cores QtDBus's connection thread, woken to send or read a
-// message, then waits behind it for the scheduler (about a millisecond at a time), which is measured
-// as bus latency.
+// between events, as a server's thread does. A thread that polls keeps a CPU busy: on a machine with
+// few cores QtDBus's connection thread, woken to send or read a message, then waits behind it for the
+// scheduler (about a millisecond at a time), which is measured as bus latency.
 bool waitSleeping(const std::function<bool()>& done, int timeoutMs);
 
 // Runs the event loop for ms milliseconds, as an idle server does.

@@ -32,7 +32,8 @@ BusCallMonitor::~BusCallMonitor()
 bool BusCallMonitor::mark(const QString& member)
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
-    bus.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+    bus.call(QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                            QStringLiteral("/org/freedesktop/DBus"),
                                             QStringLiteral("org.freedesktop.DBus"), member));
     m_monitor.waitForReadyRead(50);
     m_seen += QString::fromUtf8(m_monitor.readAllStandardOutput());
@@ -58,9 +59,9 @@ bool BusCallMonitor::start()
 QStringList BusCallMonitor::calls()
 {
     QDeadlineTimer deadline(TestTimeouts::scaled(5000));
-    bool ended = false;
-    while (!(ended = mark(QLatin1String(endMark))) && !deadline.hasExpired() && m_monitor.state() != QProcess::NotRunning) {
-    }
+    bool ended = mark(QLatin1String(endMark));
+    while (!ended && !deadline.hasExpired() && m_monitor.state() != QProcess::NotRunning)
+        ended = mark(QLatin1String(endMark));
     m_monitor.kill();
     m_monitor.waitForFinished();
     if (!ended)
