@@ -233,12 +233,12 @@ int latency(Harness& bench, int perKind, bool accept)
                 "(p99 x%.2f of the round trip's)\n\n",
                 Bench::percentile(bareReplyLeg, 0.5), Bench::percentile(bareReplyLeg, 0.99),
                 Bench::percentile(bareReplyLeg, 0.99) / bare99);
-    std::printf("%-28s %-22s %-32s %-22s %-22s %s\n", "tag kind", "delivery -> showDialog", "answer -> reply",
+    std::printf("%-28s %-22s %-32s %-30s %-22s %s\n", "tag kind", "delivery -> showDialog", "answer -> reply",
                 "of which in done()", "delivery -> reply", "reply");
-    std::printf("%-28s %-22s %-32s %-22s %-22s %s\n", "", "p50 / p99 us", "p50 / p99 us (p99 / bare p99)",
-                "p50 / p99 us", "(no answer awaited)", "");
-    bool targetHolds = true;
-    double worst = 0;
+    std::printf("%-28s %-22s %-32s %-30s %-22s %s\n", "", "p50 / p99 us", "p50 / p99 us (p99 / bare p99)",
+                "p50 / p99 us (p99 / bare p99)", "(no answer awaited)", "");
+    bool targetHolds = true, sentWithinTarget = true;
+    double worst = 0, worstSent = 0;
     for (size_t k = 0; k < kinds.size(); ++k) {
         const Series& s = series[k];
         char shown[64] = "no dialog", answer[64] = "-", synchronous[64] = "-", direct[64] = "-";
@@ -250,21 +250,29 @@ int latency(Harness& bench, int perKind, bool accept)
             std::snprintf(answer, sizeof answer, "%7.1f / %7.1f (x%.2f)%s", Bench::percentile(s.answerToReply, 0.5),
                           p99, p99 / bare99, s.answerToReply.size() < size_t(perKind) ? " some" : "");
             worst = std::max(worst, p99 / bare99);
-            std::snprintf(synchronous, sizeof synchronous, "%7.1f / %7.1f", Bench::percentile(s.answerSynchronous, 0.5),
-                          Bench::percentile(s.answerSynchronous, 0.99));
+            const double sent99 = Bench::percentile(s.answerSynchronous, 0.99);
+            std::snprintf(synchronous, sizeof synchronous, "%7.1f / %7.1f (x%.2f)",
+                          Bench::percentile(s.answerSynchronous, 0.5), sent99, sent99 / bare99);
             targetHolds = targetHolds && p99 <= bare99 / 2;
+            worstSent = std::max(worstSent, sent99 / bare99);
+            sentWithinTarget = sentWithinTarget && sent99 <= bare99 / 2;
         }
         if (!s.deliveryToReply.empty())
             std::snprintf(direct, sizeof direct, "%7.1f / %7.1f", Bench::percentile(s.deliveryToReply, 0.5),
                           Bench::percentile(s.deliveryToReply, 0.99));
         QStringList replies = s.replies.values();
         replies.sort();
-        std::printf("%-28s %-22s %-32s %-22s %-22s %s\n", kinds[k].name, shown, answer, synchronous, direct,
+        std::printf("%-28s %-22s %-32s %-30s %-22s %s\n", kinds[k].name, shown, answer, synchronous, direct,
                     qPrintable(replies.join(QLatin1Char(','))));
     }
     std::printf("\ntarget: answer -> reply p99 at most 0.5 x the bare round trip's p99, every kind: %s "
                 "(worst x%.2f)\n",
                 targetHolds ? "holds" : "DOES NOT HOLD", worst);
+    // The reply at the caller includes its own trip through QtDBus's connection threads and the bus,
+    // which the bare round trip's reply leg pays as well (printed above); the plugin's part ends when
+    // done() returns, by which time the reply has been handed to QtDBus.
+    std::printf("  the plugin's part (answer -> reply handed to QtDBus, done() returned): %s (worst x%.2f)\n",
+                sentWithinTarget ? "holds" : "DOES NOT HOLD", worstSent);
     return 0;
 }
 
