@@ -19,15 +19,18 @@ namespace {
 
 const QString sessionPath = MockSuite::loginSessionPath();
 
-// A screen saver that takes every call and never answers, counting them.
-class SilentScreenSaver : public QDBusVirtualObject
+// A screen saver that takes every call, counting them, and never answers unless told to.
+class CountingScreenSaver : public QDBusVirtualObject
 {
 public:
     int calls = 0;
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override
+    bool answers = false;
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
     {
         if (message.member() == QLatin1String("SimulateUserActivity"))
             ++calls;
+        if (answers)
+            connection.send(message.createReply());
         return true;
     }
     QString introspect(const QString&) const override { return QString(); }
@@ -51,8 +54,10 @@ private Q_SLOTS:
     void screenSaverIsNotWaitedFor();
     void unansweredPokesAreCappedUntilTheyTimeOut();
     void laterPokesAddNoMatchRuleOrOwnerLookup();
-    // Runs last: the warning is given once per process.
+    // Run last, in this order: the warning is given once per process, and the screen saver it stops
+    // stays away until the last one brings another.
     void withoutScreenSaverOneWarningAndNoWait();
+    void missingScreenSaverIsNotCalledUntilOneAppears();
 
 private:
     std::unique_ptr<MockService> m_screenSaver;
@@ -69,7 +74,9 @@ void tst_ConnectivityUIUtils::initTestCase()
 
 void tst_ConnectivityUIUtils::init()
 {
-    QVERIFY2(m_screenSaver->reset(), qPrintable(m_screenSaver->lastError()));
+    // The last tests run without it.
+    if (m_screenSaver->isRunning())
+        QVERIFY2(m_screenSaver->reset(), qPrintable(m_screenSaver->lastError()));
     QVERIFY2(m_logind->reset(), qPrintable(m_logind->lastError()));
     // A locked session of this user.
     MockSuite::addLoginSession(*m_logind, true);
@@ -173,6 +180,40 @@ void tst_ConnectivityUIUtils::withoutScreenSaverOneWarningAndNoWait()
     QCOMPARE(warnings.count(), 1);
 }
 
+void tst_ConnectivityUIUtils::missingScreenSaverIsNotCalledUntilOneAppears()
+{
+    // The bus has said there is no screen saver: the wake-ups send nothing, not even to have it said again.
+    BusCallMonitor monitor;
+    monitor.alsoWatch(QStringLiteral("org.freedesktop.ScreenSaver"));
+    QVERIFY2(monitor.start(), "dbus-monitor is needed");
+    ConnectivityUIUtils::unblankDisplay();
+    ConnectivityUIUtils::unlockScreen();
+    ConnectivityUIUtils::unblankDisplay();
+    QCOMPARE(monitor.calls(), QStringList());
+
+    // A screen saver that takes the name afterwards gets the next wake-up.
+    QDBusConnection late = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("late-saver"));
+    QVERIFY(late.isConnected());
+    CountingScreenSaver saver;
+    saver.answers = true;
+    QVERIFY(late.registerVirtualObject(PhoneMocks::screenSaverPath(), &saver));
+    QVERIFY(late.registerService(QStringLiteral("org.freedesktop.ScreenSaver")));
+    QTRY_VERIFY([&saver] {
+        ConnectivityUIUtils::unlockScreen();
+        return saver.calls > 0;
+    }());
+    // The wake-ups sent while waiting for the first have all come in; from now on, one call each.
+    QTest::qWait(300);
+    const int before = saver.calls;
+    ConnectivityUIUtils::unblankDisplay();
+    QTRY_COMPARE(saver.calls, before + 1);
+    QTest::qWait(300);
+    QCOMPARE(saver.calls, before + 1);
+
+    late.unregisterService(QStringLiteral("org.freedesktop.ScreenSaver"));
+    QDBusConnection::disconnectFromBus(QStringLiteral("late-saver"));
+}
+
 void tst_ConnectivityUIUtils::unansweredPokesAreCappedUntilTheyTimeOut()
 {
     // Calls left unanswered, by the screen saver stopped here or the silent one below, are reported once.
@@ -184,7 +225,7 @@ void tst_ConnectivityUIUtils::unansweredPokesAreCappedUntilTheyTimeOut()
     QTest::qWait(500);
     QDBusConnection hung = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("hung-saver"));
     QVERIFY(hung.isConnected());
-    SilentScreenSaver saver;
+    CountingScreenSaver saver;
     QVERIFY(hung.registerVirtualObject(PhoneMocks::screenSaverPath(), &saver));
     QVERIFY(hung.registerService(QStringLiteral("org.freedesktop.ScreenSaver")));
 

@@ -40,12 +40,18 @@ bool BusCallMonitor::mark(const QString& member)
     return m_seen.contains(line(member));
 }
 
+void BusCallMonitor::alsoWatch(const QString& destination)
+{
+    m_destinations << destination;
+}
+
 bool BusCallMonitor::start()
 {
     // dbus-monitor's profile output: a line per message, tab-separated, the member last.
-    m_monitor.start(QStringLiteral("dbus-monitor"),
-                    {QStringLiteral("--session"), QStringLiteral("--profile"),
-                     QStringLiteral("type='method_call',destination='org.freedesktop.DBus'")});
+    QStringList arguments{QStringLiteral("--session"), QStringLiteral("--profile")};
+    for (const QString& destination : qAsConst(m_destinations))
+        arguments << QStringLiteral("type='method_call',destination='%1'").arg(destination);
+    m_monitor.start(QStringLiteral("dbus-monitor"), arguments);
     if (!m_monitor.waitForStarted())
         return false;
     QDeadlineTimer deadline(TestTimeouts::scaled(5000));
