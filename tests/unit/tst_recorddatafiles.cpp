@@ -92,6 +92,42 @@ private:
     bool m_active = false;
 };
 
+// While alive, /tmp is a tmpfs of the given size, in a mount namespace of this thread's own (the one
+// that runs the tests): a test that makes tens of thousands of data files at once would otherwise grow
+// the machine's /tmp directory for good, since ext4 never shrinks a directory. Needs root.
+class PrivateTmp
+{
+public:
+    explicit PrivateTmp(const char* size)
+    {
+        if (::unshare(CLONE_NEWNS) != 0) {
+            m_error = QStringLiteral("a private mount namespace needs root (CAP_SYS_ADMIN): ")
+                + QString::fromLocal8Bit(std::strerror(errno));
+            return;
+        }
+        if (!TestSupport::keepMountsPrivate(&m_error))
+            return;
+        const QByteArray options = QByteArray("size=") + size + ",mode=1777";
+        if (::mount("tmpfs", "/tmp", "tmpfs", 0, options.constData()) != 0) {
+            m_error = QStringLiteral("no tmpfs on /tmp: ") + QString::fromLocal8Bit(std::strerror(errno));
+            return;
+        }
+        m_mounted = true;
+    }
+    ~PrivateTmp()
+    {
+        if (m_mounted)
+            ::umount2("/tmp", MNT_DETACH);
+    }
+    bool isMounted() const { return m_mounted; }
+    QString error() const { return m_error; }
+
+private:
+    Q_DISABLE_COPY(PrivateTmp)
+    bool m_mounted = false;
+    QString m_error;
+};
+
 // A MIME record whose handler saves its payload to a data file.
 QByteArray pictureTag(int serial)
 {
@@ -209,6 +245,9 @@ private Q_SLOTS:
     void burstOfMimeTagsUnderLowDescriptorLimitAllGetConfirmation()
     {
         const int tags = 30000;
+        // Each file takes a page of the tmpfs.
+        PrivateTmp tmp("256m");
+        QVERIFY2(tmp.isMounted(), qPrintable(tmp.error()));
         QStringList files;
         files.reserve(tags);
         {
@@ -478,15 +517,10 @@ private Q_SLOTS:
         QVERIFY(onlyOpen<NfcTagReadPermissionDialog>());
     }
 
-    // Last: it mounts a small tmpfs over /tmp in a mount namespace of this process's own.
     void fullTmpCostsOnlyAWarning()
     {
-        if (::unshare(CLONE_NEWNS) != 0)
-            QFAIL(qPrintable(QStringLiteral("a private mount namespace needs root (CAP_SYS_ADMIN): ")
-                             + QString::fromLocal8Bit(std::strerror(errno))));
-        QString error;
-        QVERIFY2(TestSupport::keepMountsPrivate(&error), qPrintable(error));
-        QVERIFY2(::mount("tmpfs", "/tmp", "tmpfs", 0, "size=64k,mode=1777") == 0, std::strerror(errno));
+        PrivateTmp tmp("64k");
+        QVERIFY2(tmp.isMounted(), qPrintable(tmp.error()));
         // Fill it to the last block.
         {
             QFile filler(QStringLiteral("/tmp/filler"));
@@ -513,7 +547,6 @@ private Q_SLOTS:
         QVERIFY(onlyOpen<NfcTagReadPermissionDialog>());
         plugin->destroy();
         QVERIFY(QDir(QStringLiteral("/tmp")).entryList(QDir::Files).isEmpty());
-        ::umount2("/tmp", MNT_DETACH);
     }
 };
 
