@@ -136,7 +136,7 @@ int main(int argc, char** argv)
            parser.isSet(simulator) ? "; simulator on" : "");
 
     // SIGTERM and SIGINT end the event loop, so that the name is given back cleanly.
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) == 0) {
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) == 0) {
         auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, &app);
         QObject::connect(notifier, &QSocketNotifier::activated, &app, [] {
             char byte;

@@ -40,7 +40,7 @@ void onSignal(int signalNumber)
 // SIGINT and SIGTERM end the event loop, so that the plugins are destroyed like on any other exit.
 void quitOnSignals(QCoreApplication* app)
 {
-    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe) != 0)
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0)
         return;
     auto* notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, app);
     QObject::connect(notifier, &QSocketNotifier::activated, app, [notifier]() {

@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 
 #include <csignal>
+#include <fcntl.h>
 
 #include "automationtypes.h"
 #include "testpluginlog.h"
@@ -124,6 +125,39 @@ private Q_SLOTS:
         QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
         QVERIFY(stop(host.get(), SIGTERM));
         QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
+    }
+
+    void everyDescriptorOfTheHostIsClosedOnExec()
+    {
+        // The programs the plugins start must not inherit the host's descriptors, and the plugin
+        // spawns them without closing any only when all are closed on exec. What this test process
+        // leaves open across exec would reach the host too, so its own are marked first.
+        const QDir own(QStringLiteral("/proc/self/fd"));
+        for (const QString& name : own.entryList(QDir::Files | QDir::System)) {
+            const int fd = name.toInt();
+            if (fd > 2)
+                ::fcntl(fd, F_SETFD, ::fcntl(fd, F_GETFD) | FD_CLOEXEC);
+        }
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
+        QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
+
+        const QString fdinfo = QStringLiteral("/proc/%1/fdinfo").arg(host->processId());
+        const QStringList fds = QDir(fdinfo).entryList(QDir::Files | QDir::System);
+        QVERIFY(fds.size() > 3);
+        QStringList inheritable;
+        for (const QString& name : fds) {
+            if (name.toInt() <= 2)
+                continue;
+            QFile info(fdinfo + QLatin1Char('/') + name);
+            if (!info.open(QIODevice::ReadOnly))
+                continue; // closed meanwhile
+            for (const QByteArray& line : info.readAll().split('\n')) {
+                if (line.startsWith("flags:") && !(line.mid(6).trimmed().toUInt(nullptr, 8) & O_CLOEXEC))
+                    inheritable << name + QLatin1String(" (") + QString::fromLatin1(line) + QLatin1Char(')');
+            }
+        }
+        QVERIFY2(inheritable.isEmpty(), qPrintable(inheritable.join(QLatin1String(", "))));
+        QVERIFY(stop(host.get(), SIGTERM));
     }
 
     void sigintDestroysThePlugins()
