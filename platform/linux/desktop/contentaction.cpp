@@ -5,10 +5,13 @@
 #define QT_NO_KEYWORDS
 #include <gio/gdesktopappinfo.h>
 #include <gio/gio.h>
+#include <glib-unix.h>
 
 #include "contentaction.h"
 #include "linuxlogging.h"
 
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <QHash>
 #include <QMimeDatabase>
 #include <QMimeType>
@@ -20,9 +23,14 @@
 #include <QThreadPool>
 #include <QVector>
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -374,6 +382,81 @@ public:
 
 Q_GLOBAL_STATIC(Launcher, launcher)
 
+// Whether every descriptor of the process above standard error is closed on exec. A program then
+// inherits none of them even when it is spawned without closing descriptors.
+bool allDescriptorsCloseOnExec()
+{
+    DIR* dir = ::opendir("/proc/self/fd");
+    if (!dir)
+        return false;
+    const int listing = ::dirfd(dir);
+    bool all = true;
+    while (const dirent* entry = ::readdir(dir)) {
+        char* end = nullptr;
+        const long fd = std::strtol(entry->d_name, &end, 10);
+        if (end == entry->d_name || *end != '\0' || fd <= STDERR_FILENO || fd == listing)
+            continue;
+        const int flags = ::fcntl(int(fd), F_GETFD);
+        if (flags >= 0 && !(flags & FD_CLOEXEC)) {
+            all = false;
+            break;
+        }
+    }
+    ::closedir(dir);
+    return all;
+}
+
+// Whether the default GLib main context is run by the application's event loop (Qt's GLib event
+// dispatcher in the main thread), which is where a started program's end is noticed.
+bool mainLoopRunsGlib()
+{
+    const QCoreApplication* app = QCoreApplication::instance();
+    const QAbstractEventDispatcher* dispatcher = app ? QAbstractEventDispatcher::instance(app->thread()) : nullptr;
+    return dispatcher && dispatcher->inherits("QEventDispatcherGlib");
+}
+
+// Collects a started program's exit status once it has ended, so that it does not stay a zombie.
+// The pidfd becomes readable when the program ends.
+gboolean reapOnExit(gint pidfd, GIOCondition, gpointer pid)
+{
+    ::waitpid(GPOINTER_TO_INT(pid), nullptr, WNOHANG);
+    ::close(pidfd);
+    return G_SOURCE_REMOVE;
+}
+
+void reapChild(GPid pid, gint, gpointer)
+{
+    g_spawn_close_pid(pid);
+}
+
+void watchStartedProgram(GDesktopAppInfo*, GPid pid, gpointer)
+{
+    // A pidfd needs no SIGCHLD handler; GLib's child watch (which installs one) is the fallback for
+    // kernels without pidfd_open.
+    const int pidfd = int(::syscall(SYS_pidfd_open, pid, 0));
+    if (pidfd >= 0)
+        g_unix_fd_add(pidfd, G_IO_IN, reapOnExit, GINT_TO_POINTER(pid));
+    else
+        g_child_watch_add(pid, reapChild, nullptr);
+}
+
+// Starts the application on the URIs. GIO's plain launch forks the dialog server, and the copy forks
+// the program (so that nobody has to collect the program's exit status): the first fork copies
+// the page tables of the whole process, stalls its other threads' page faults while it does, and
+// makes every page the process writes afterwards a copy. Where the spawned program cannot inherit a
+// descriptor anyway (all are closed on exec), GLib spawns it with posix_spawn instead, which shares the
+// address space until the exec, and the program's exit status is collected through the event loop.
+gboolean launchUris(GAppInfo* app, GList* uris, GError** error)
+{
+    if (!G_IS_DESKTOP_APP_INFO(app) || !mainLoopRunsGlib() || !allDescriptorsCloseOnExec())
+        return g_app_info_launch_uris(app, uris, nullptr, error);
+    const GSpawnFlags flags =
+        GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_LEAVE_DESCRIPTORS_OPEN);
+    return g_desktop_app_info_launch_uris_as_manager_with_fds(G_DESKTOP_APP_INFO(app), uris, nullptr, flags, nullptr,
+                                                              nullptr, watchStartedProgram, nullptr, -1, -1, -1,
+                                                              error);
+}
+
 void launch(const AppInfoRef& appRef, const QStringList& arguments)
 {
     GAppInfo* app = appRef.get();
@@ -394,7 +477,7 @@ void launch(const AppInfoRef& appRef, const QStringList& arguments)
     // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
     // the entry asks for it, and spawns the program detached (it is not our child).
     GError* error = nullptr;
-    const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
+    const gboolean started = launchUris(app, uris, &error);
     g_list_free(uris);
     if (!started) {
         qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(appRef.id()),
@@ -475,9 +558,9 @@ void Action::trigger() const
 {
     if (!d->app)
         return;
-    // Starting a program forks the dialog server, which takes milliseconds for a process of its size;
-    // the launcher's thread does it, so that neither the event loop nor the reply the NFC daemon waits
-    // for waits on it. One thread, so that programs start in the order they were asked for.
+    // Starting a program reads its entry and spawns it (or forks the dialog server, see launchUris()),
+    // which takes up to milliseconds; the launcher's thread does it, so that neither the event loop nor
+    // the reply the NFC daemon waits for waits on it. One thread, so that programs start in the order they were asked for.
     const AppInfoRef app = d->app;
     const QStringList arguments = d->arguments;
     launcher()->start([app, arguments] { launch(app, arguments); });

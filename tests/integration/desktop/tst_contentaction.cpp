@@ -17,6 +17,10 @@
 #include <atomic>
 #include <cstdio>
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
 using ContentAction::Action;
 
 namespace {
@@ -69,6 +73,30 @@ qint64 readSyscalls()
     return -1;
 }
 
+// Marks every descriptor of this process above standard error close-on-exec, as a dialog server's
+// are: what the test runner passed down open must not decide how programs are started.
+void closeAllDescriptorsOnExec()
+{
+    DIR* dir = ::opendir("/proc/self/fd");
+    if (!dir)
+        return;
+    while (const dirent* entry = ::readdir(dir)) {
+        const int fd = QByteArray(entry->d_name).toInt();
+        if (fd > STDERR_FILENO)
+            ::fcntl(fd, F_SETFD, ::fcntl(fd, F_GETFD) | FD_CLOEXEC);
+    }
+    ::closedir(dir);
+}
+
+QString valueOf(const QStringList& description, const QString& key)
+{
+    for (const QString& line : description) {
+        if (line.startsWith(key + QLatin1Char(' ')))
+            return line.mid(key.size() + 1);
+    }
+    return QString();
+}
+
 } // namespace
 
 class TestContentAction : public QObject
@@ -106,6 +134,9 @@ private Q_SLOTS:
     void launcherOfEntryWithoutFieldCodesStartsItOnceWithoutArguments();
     void invalidActionTriggerDoesNothing();
     void triggerWarnsWhenTheApplicationCannotStart();
+    void programIsSpawnedByTheDialogServerItself();
+    void programInheritsNoDescriptorOfTheDialogServer();
+    void spawnedProgramIsReapedWhenItEnds();
 
     void repeatedLookupsDoNotReadTheDisk();
     void benchmarkSchemeLookup();
@@ -131,6 +162,9 @@ private:
     void forgetOutput(const QString& name);
     // The lines a run of the entry wrote; waits for the run.
     QStringList argumentsOfRun(const QString& name);
+    // Starts the "describe" entry and returns what it wrote about itself: "pid N", "ppid N" and the
+    // target of each of its descriptors.
+    QStringList describeStartedProgram();
 
     QTemporaryDir m_root;
     QString m_recorder;
@@ -184,6 +218,16 @@ QStringList TestContentAction::argumentsOfRun(const QString& name)
     return QString::fromUtf8(readFile(outputOf(name))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
 }
 
+QStringList TestContentAction::describeStartedProgram()
+{
+    const Action action = Action::launcherAction(QStringLiteral("describe.desktop"), {});
+    if (!action.isValid())
+        return {QStringLiteral("<no describe entry>")};
+    forgetOutput(action.name());
+    action.trigger();
+    return argumentsOfRun(action.name());
+}
+
 void TestContentAction::initTestCase()
 {
     QVERIFY(m_root.isValid());
@@ -202,6 +246,16 @@ void TestContentAction::initTestCase()
                                   "echo run >> \"$out.runs\"\n"
                                   "printf '%s\\n' \"$@\" > \"$out.$$\" && mv \"$out.$$\" \"$out\"\n"));
     QVERIFY(QFile::setPermissions(m_recorder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
+
+    // Usage: describe OUTPUT. Writes its pid, its parent's pid and where each of its descriptors
+    // leads to OUTPUT.
+    const QString describer = m_root.filePath(QStringLiteral("bin/describe"));
+    QVERIFY(writeFile(describer, "#!/bin/sh\n"
+                                 "out=$1\n"
+                                 "{ echo \"pid $$\"; echo \"ppid $PPID\"\n"
+                                 "  for fd in /proc/$$/fd/*; do readlink \"$fd\" || true; done; } > \"$out.$$\"\n"
+                                 "mv \"$out.$$\" \"$out\"\n"));
+    QVERIFY(QFile::setPermissions(describer, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner));
 
     const QString home = applicationsHome();
     const QString system = applicationsSystem();
@@ -232,6 +286,10 @@ void TestContentAction::initTestCase()
     // Launchers.
     QVERIFY(writeEntry(home, QStringLiteral("quandelclient.desktop"), {}));
     QVERIFY(writeEntry(home, QStringLiteral("noargs.desktop"), {}, QString()));
+    QVERIFY(writeFile(home + QStringLiteral("/describe.desktop"),
+                      QStringLiteral("[Desktop Entry]\nType=Application\nName=describe\nExec=%1 %2\n")
+                          .arg(execArgument(describer), execArgument(outputOf(QStringLiteral("describe"))))
+                          .toUtf8()));
     // Runs in a terminal emulator, which GIO must find in PATH.
     QVERIFY(writeEntry(home, QStringLiteral("console.desktop"), {}, QStringLiteral("%U"),
                        QStringLiteral("Terminal=true\n")));
@@ -610,6 +668,51 @@ void TestContentAction::triggerWarnsWhenTheApplicationCannotStart()
     QTRY_COMPARE_WITH_TIMEOUT(g_launchWarnings.load(), 1, 10000);
     QTest::qWait(100);
     QVERIFY(!QFile::exists(outputOf(action.name())));
+}
+
+void TestContentAction::programIsSpawnedByTheDialogServerItself()
+{
+    // Without a descriptor a program could inherit, it is spawned without forking the dialog server
+    // (and without an intermediate process that would leave it to init).
+    closeAllDescriptorsOnExec();
+    const QStringList description = describeStartedProgram();
+    QCOMPARE(valueOf(description, QStringLiteral("ppid")), QString::number(QCoreApplication::applicationPid()));
+}
+
+void TestContentAction::programInheritsNoDescriptorOfTheDialogServer()
+{
+    const QString inherited = m_root.filePath(QStringLiteral("files/inheritable"));
+    const QString closed = m_root.filePath(QStringLiteral("files/closed-on-exec"));
+    QVERIFY(writeFile(inherited, "x") && writeFile(closed, "x"));
+    closeAllDescriptorsOnExec();
+    const int closedFd = ::open(QFile::encodeName(closed).constData(), O_RDONLY | O_CLOEXEC);
+    QVERIFY(closedFd >= 0);
+    const auto closeClosed = qScopeGuard([closedFd] { ::close(closedFd); });
+
+    const QStringList spawned = describeStartedProgram();
+    QVERIFY2(!spawned.contains(closed), qPrintable(spawned.join(QLatin1Char('\n'))));
+
+    // A descriptor someone opened without close-on-exec: the program is started the way that closes
+    // every descriptor in the new process, through a fork.
+    const int inheritedFd = ::open(QFile::encodeName(inherited).constData(), O_RDONLY);
+    QVERIFY(inheritedFd >= 0);
+    const auto closeInherited = qScopeGuard([inheritedFd] { ::close(inheritedFd); });
+    const QStringList forked = describeStartedProgram();
+    QVERIFY2(!forked.contains(inherited), qPrintable(forked.join(QLatin1Char('\n'))));
+    QVERIFY2(!forked.contains(closed), qPrintable(forked.join(QLatin1Char('\n'))));
+    QVERIFY(!valueOf(forked, QStringLiteral("pid")).isEmpty());
+    QVERIFY(valueOf(forked, QStringLiteral("ppid")) != QString::number(QCoreApplication::applicationPid()));
+}
+
+void TestContentAction::spawnedProgramIsReapedWhenItEnds()
+{
+    closeAllDescriptorsOnExec();
+    const QStringList description = describeStartedProgram();
+    QCOMPARE(valueOf(description, QStringLiteral("ppid")), QString::number(QCoreApplication::applicationPid()));
+    const QString pid = valueOf(description, QStringLiteral("pid"));
+    QVERIFY(!pid.isEmpty());
+    // Our child until its exit status is collected: a zombie keeps its /proc entry.
+    QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(QLatin1String("/proc/") + pid), 10000);
 }
 
 void TestContentAction::repeatedLookupsDoNotReadTheDisk()
