@@ -35,6 +35,7 @@
 #include "benchdialogserver.h"
 #include "benchsupport.h"
 #include "connectivitydialogplugininterface.h"
+#include "inheriteddescriptors.h"
 #include "managerobject.h"
 #include "ndefmessagehandler.h"
 #include "ndefwriter.h"
@@ -357,6 +358,9 @@ int soak(Harness& bench, ConnectivityDialogPluginInterface* plugin, const QStrin
 
 int main(int argc, char** argv)
 {
+    // As nfcui-host does: what the scripts that run the benchmark leave open is not passed on to the
+    // programs confirmed tags start.
+    Host::closeInheritedDescriptorsOnExec();
     if (qEnvironmentVariableIsEmpty("NFCUI_PRIVATE_BUSES"))
         return fail(QStringLiteral("run it on private buses: scripts/isolated bench_delivery [--soak] [N]"));
     bool soakMode = false, accept = false;

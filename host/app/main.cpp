@@ -22,6 +22,7 @@
 #include "automation.h"
 #include "dialogserver.h"
 #include "hostlogging.h"
+#include "inheriteddescriptors.h"
 #include "pluginloader.h"
 #include "widgetpresenter.h"
 
@@ -149,6 +150,7 @@ static void flushBuses()
 
 int main(int argc, char** argv)
 {
+    Host::closeInheritedDescriptorsOnExec();
     QCoreApplication::setApplicationName(QStringLiteral("nfcui-host"));
     QCoreApplication::setApplicationVersion(QStringLiteral("0.1"));
 

@@ -129,26 +129,27 @@ private Q_SLOTS:
 
     void everyDescriptorOfTheHostIsClosedOnExec()
     {
-        // The programs the plugins start must not inherit the host's descriptors, and the plugin
-        // spawns them without closing any only when all are closed on exec. What this test process
-        // leaves open across exec would reach the host too, so its own are marked first.
-        const QDir own(QStringLiteral("/proc/self/fd"));
-        for (const QString& name : own.entryList(QDir::Files | QDir::System)) {
-            const int fd = name.toInt();
-            if (fd > 2)
-                ::fcntl(fd, F_SETFD, ::fcntl(fd, F_GETFD) | FD_CLOEXEC);
-        }
+        // The programs the plugins start must not inherit the host's descriptors, its own or those it
+        // was started with, and the plugin spawns them without closing any only when all are closed
+        // on exec. The host is given one without close-on-exec, as a shell script may leave it.
+        QTemporaryDir files;
+        const QString inheritedPath = files.filePath(QStringLiteral("inherited"));
+        QVERIFY(QFile(inheritedPath).open(QIODevice::WriteOnly));
+        const int inherited = ::open(QFile::encodeName(inheritedPath).constData(), O_RDONLY);
+        QVERIFY(inherited > 2);
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
+        ::close(inherited);
         QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
 
-        const QString fdinfo = QStringLiteral("/proc/%1/fdinfo").arg(host->processId());
-        const QStringList fds = QDir(fdinfo).entryList(QDir::Files | QDir::System);
-        QVERIFY(fds.size() > 3);
+        const QString proc = QStringLiteral("/proc/%1/").arg(host->processId());
+        const QStringList fds = QDir(proc + QStringLiteral("fdinfo")).entryList(QDir::Files | QDir::System);
         QStringList inheritable;
+        bool gotInherited = false;
         for (const QString& name : fds) {
             if (name.toInt() <= 2)
                 continue;
-            QFile info(fdinfo + QLatin1Char('/') + name);
+            gotInherited = gotInherited || QFile::symLinkTarget(proc + QStringLiteral("fd/") + name) == inheritedPath;
+            QFile info(proc + QStringLiteral("fdinfo/") + name);
             if (!info.open(QIODevice::ReadOnly))
                 continue; // closed meanwhile
             for (const QByteArray& line : info.readAll().split('\n')) {
@@ -156,6 +157,7 @@ private Q_SLOTS:
                     inheritable << name + QLatin1String(" (") + QString::fromLatin1(line) + QLatin1Char(')');
             }
         }
+        QVERIFY2(gotInherited, "the host was not given the descriptor");
         QVERIFY2(inheritable.isEmpty(), qPrintable(inheritable.join(QLatin1String(", "))));
         QVERIFY(stop(host.get(), SIGTERM));
     }

@@ -2,6 +2,7 @@
 // installs into its own XDG directories before the first lookup. The entries start a small script
 // that writes the arguments it was given to a file named after the entry.
 #include "contentaction.h"
+#include "inheriteddescriptors.h"
 #include "testenvironment.h"
 
 #include <QDir>
@@ -17,7 +18,6 @@
 #include <atomic>
 #include <cstdio>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -71,21 +71,6 @@ qint64 readSyscalls()
             return line.mid(6).trimmed().toLongLong();
     }
     return -1;
-}
-
-// Marks every descriptor of this process above standard error close-on-exec, as a dialog server's
-// are: what the test runner passed down open must not decide how programs are started.
-void closeAllDescriptorsOnExec()
-{
-    DIR* dir = ::opendir("/proc/self/fd");
-    if (!dir)
-        return;
-    while (const dirent* entry = ::readdir(dir)) {
-        const int fd = QByteArray(entry->d_name).toInt();
-        if (fd > STDERR_FILENO)
-            ::fcntl(fd, F_SETFD, ::fcntl(fd, F_GETFD) | FD_CLOEXEC);
-    }
-    ::closedir(dir);
 }
 
 QString valueOf(const QStringList& description, const QString& key)
@@ -674,7 +659,7 @@ void TestContentAction::programIsSpawnedByTheDialogServerItself()
 {
     // Without a descriptor a program could inherit, it is spawned without forking the dialog server
     // (and without an intermediate process that would leave it to init).
-    closeAllDescriptorsOnExec();
+    Host::closeInheritedDescriptorsOnExec();
     const QStringList description = describeStartedProgram();
     QCOMPARE(valueOf(description, QStringLiteral("ppid")), QString::number(QCoreApplication::applicationPid()));
 }
@@ -684,7 +669,7 @@ void TestContentAction::programInheritsNoDescriptorOfTheDialogServer()
     const QString inherited = m_root.filePath(QStringLiteral("files/inheritable"));
     const QString closed = m_root.filePath(QStringLiteral("files/closed-on-exec"));
     QVERIFY(writeFile(inherited, "x") && writeFile(closed, "x"));
-    closeAllDescriptorsOnExec();
+    Host::closeInheritedDescriptorsOnExec();
     const int closedFd = ::open(QFile::encodeName(closed).constData(), O_RDONLY | O_CLOEXEC);
     QVERIFY(closedFd >= 0);
     const auto closeClosed = qScopeGuard([closedFd] { ::close(closedFd); });
@@ -706,7 +691,7 @@ void TestContentAction::programInheritsNoDescriptorOfTheDialogServer()
 
 void TestContentAction::spawnedProgramIsReapedWhenItEnds()
 {
-    closeAllDescriptorsOnExec();
+    Host::closeInheritedDescriptorsOnExec();
     const QStringList description = describeStartedProgram();
     QCOMPARE(valueOf(description, QStringLiteral("ppid")), QString::number(QCoreApplication::applicationPid()));
     const QString pid = valueOf(description, QStringLiteral("pid"));
