@@ -2,6 +2,7 @@
 // tel: and sms: URIs to the desktop when there is no modem.
 #include "ofonotypes.h"
 #include "busdeadline.h"
+#include "contentaction.h"
 #include "linuxlogging.h"
 #include "ofonomanagerproxy.h"
 
@@ -9,9 +10,6 @@
 #include <QDBusMetaType>
 #include <QDBusPendingReply>
 #include <QUrl>
-
-#undef signals
-#include <gio/gio.h>
 
 QDBusArgument& operator<<(QDBusArgument& argument, const OfonoObject& object)
 {
@@ -65,27 +63,17 @@ const OfonoObject* modemFor(const OfonoObjectList& modems, const QString& interf
 
 bool openWithSchemeHandler(const QString& uri)
 {
-    const QByteArray scheme = QUrl(uri).scheme().toUtf8();
-    GAppInfo* app = g_app_info_get_default_for_uri_scheme(scheme.constData());
-    if (!app) {
-        qCWarning(lcOfono, "oFono: no modem and no application for %s: URIs; %s is not opened", scheme.constData(),
-                  qUtf8Printable(uri));
+    // The content actions' default for the scheme, started on their launcher's thread: the event loop
+    // does not wait for the program to start, and a failure to start it is logged there.
+    const QList<ContentAction::Action> actions = ContentAction::Action::actionsForScheme(uri);
+    if (actions.isEmpty()) {
+        qCWarning(lcOfono, "oFono: no modem and no application for %s: URIs; %s is not opened",
+                  qUtf8Printable(QUrl(uri).scheme()), qUtf8Printable(uri));
         return false;
     }
-    const QByteArray encoded = uri.toUtf8();
-    GList* uris = g_list_append(nullptr, const_cast<char*>(encoded.constData()));
-    GError* error = nullptr;
-    const gboolean started = g_app_info_launch_uris(app, uris, nullptr, &error);
-    g_list_free(uris);
-    if (!started) {
-        qCWarning(lcOfono, "oFono: %s cannot be started for %s: %s", g_app_info_get_id(app), qUtf8Printable(uri),
-                  error ? error->message : "unknown error");
-        g_clear_error(&error);
-    } else {
-        qCDebug(lcOfono, "oFono: %s opened with %s", qUtf8Printable(uri), g_app_info_get_id(app));
-    }
-    g_object_unref(app);
-    return started;
+    actions.first().trigger();
+    qCDebug(lcOfono, "oFono: %s opened with %s", qUtf8Printable(uri), qUtf8Printable(actions.first().name()));
+    return true;
 }
 
 } // namespace Ofono

@@ -36,7 +36,8 @@ OfonoObjectList modems();
 const OfonoObject* modemFor(const OfonoObjectList& modems, const QString& interface);
 
 // Opens uri with the desktop's default application for its scheme (x-scheme-handler/<scheme>).
-// False, with a warning, when there is none or it cannot be started.
+// False, with a warning, when there is none; the program is started asynchronously, and a failure to
+// start it is logged then.
 bool openWithSchemeHandler(const QString& uri);
 
 } // namespace Ofono
