@@ -407,7 +407,8 @@ bool allDescriptorsCloseOnExec()
 }
 
 // Whether the default GLib main context is run by the application's event loop (Qt's GLib event
-// dispatcher in the main thread), which is where a started program's end is noticed.
+// dispatcher in the main thread), which is where a started program's end is noticed. Asked on the
+// thread that asks for the launch, while the application certainly exists.
 bool mainLoopRunsGlib()
 {
     const QCoreApplication* app = QCoreApplication::instance();
@@ -446,9 +447,11 @@ void watchStartedProgram(GDesktopAppInfo*, GPid pid, gpointer)
 // makes every page the process writes afterwards a copy. Where the spawned program cannot inherit a
 // descriptor anyway (all are closed on exec), GLib spawns it with posix_spawn instead, which shares the
 // address space until the exec, and the program's exit status is collected through the event loop.
-gboolean launchUris(GAppInfo* app, GList* uris, GError** error)
+// (A descriptor another thread opens without close-on-exec between the check and the spawn would
+// still reach the program; the libraries the dialog server uses open theirs close-on-exec.)
+gboolean launchUris(GAppInfo* app, GList* uris, bool reapedByEventLoop, GError** error)
 {
-    if (!G_IS_DESKTOP_APP_INFO(app) || !mainLoopRunsGlib() || !allDescriptorsCloseOnExec())
+    if (!G_IS_DESKTOP_APP_INFO(app) || !reapedByEventLoop || !allDescriptorsCloseOnExec())
         return g_app_info_launch_uris(app, uris, nullptr, error);
     const GSpawnFlags flags =
         GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_LEAVE_DESCRIPTORS_OPEN);
@@ -457,7 +460,7 @@ gboolean launchUris(GAppInfo* app, GList* uris, GError** error)
                                                               error);
 }
 
-void launch(const AppInfoRef& appRef, const QStringList& arguments)
+void launch(const AppInfoRef& appRef, const QStringList& arguments, bool reapedByEventLoop)
 {
     GAppInfo* app = appRef.get();
     // An entry whose Exec line takes no URIs or files (and that is not started over D-Bus) is started
@@ -477,7 +480,7 @@ void launch(const AppInfoRef& appRef, const QStringList& arguments)
     // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
     // the entry asks for it, and spawns the program detached (it is not our child).
     GError* error = nullptr;
-    const gboolean started = launchUris(app, uris, &error);
+    const gboolean started = launchUris(app, uris, reapedByEventLoop, &error);
     g_list_free(uris);
     if (!started) {
         qCWarning(lcDesktop, "ContentAction: could not start %s: %s", qUtf8Printable(appRef.id()),
@@ -563,7 +566,8 @@ void Action::trigger() const
     // the reply the NFC daemon waits for waits on it. One thread, so that programs start in the order they were asked for.
     const AppInfoRef app = d->app;
     const QStringList arguments = d->arguments;
-    launcher()->start([app, arguments] { launch(app, arguments); });
+    const bool reapedByEventLoop = mainLoopRunsGlib();
+    launcher()->start([app, arguments, reapedByEventLoop] { launch(app, arguments, reapedByEventLoop); });
 }
 
 QList<Action> Action::actionsForString(const QString& text)
