@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include "calluiserviceapi.h"
+#include "contentaction.h"
 #include "mocksuite.h"
 #include "ofonocontrol.h"
 #include "phonemocks.h"
@@ -81,7 +82,9 @@ void tst_CallUiServiceApi::withoutModemTheTelApplicationIsOpened()
 {
     const QString installed = m_handlers->install(QStringLiteral("tel"));
     QVERIFY2(installed.isEmpty(), qPrintable(installed));
-    QTRY_VERIFY(SchemeHandlers::isHandled(QStringLiteral("tel")));
+    // The platform opens the URI through its content actions, which learn of the new entry from GIO
+    // through the event loop.
+    QTRY_VERIFY(!ContentAction::Action::actionsForScheme(QStringLiteral("tel:")).isEmpty());
     m_ofono->stop();
     CallUi::CallUiServiceApi calls;
     QVERIFY(calls.RequestCellularCall(QStringLiteral("+358401234567")));
