@@ -19,9 +19,11 @@
 #include <QDBusConnectionInterface>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QCoreApplication>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QPointer>
 
 namespace {
 
@@ -134,11 +136,36 @@ void closeSoundAtExit()
         soundPlayer()->closeForExit();
 }
 
+// Whether feedbackd owns its name, known without asking the bus on every touch: the first touch asks
+// once (NameHasOwner), and a QDBusServiceWatcher made then reports every change of owner through the
+// event loop. Without an application object (no event loop to report changes) every touch asks.
+enum class Feedbackd { Unknown, Running, Absent };
+Feedbackd feedbackdState = Feedbackd::Unknown;
+QPointer<QDBusServiceWatcher> feedbackdWatcher;
+
 bool feedbackdRuns(const QDBusConnection& bus)
 {
     if (!bus.isConnected() || !bus.interface())
         return false;
-    return bus.interface()->isServiceRegistered(QLatin1String(feedbackService)).value();
+    if (feedbackdWatcher && feedbackdState != Feedbackd::Unknown)
+        return feedbackdState == Feedbackd::Running;
+
+    // The watcher's match rule is sent before the question, so that no change after the answer is missed.
+    if (!feedbackdWatcher && QCoreApplication::instance()) {
+        auto* watcher = new QDBusServiceWatcher(QLatin1String(feedbackService), bus,
+                                                QDBusServiceWatcher::WatchForOwnerChange, QCoreApplication::instance());
+        QObject::connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, watcher,
+                         [](const QString&, const QString&, const QString& newOwner) {
+                             feedbackdState = newOwner.isEmpty() ? Feedbackd::Absent : Feedbackd::Running;
+                         });
+        // Gone with the application: the next touch asks again.
+        QObject::connect(watcher, &QObject::destroyed, [] { feedbackdState = Feedbackd::Unknown; });
+        feedbackdWatcher = watcher;
+    }
+    const bool runs = bus.interface()->isServiceRegistered(QLatin1String(feedbackService)).value();
+    if (feedbackdWatcher)
+        feedbackdState = runs ? Feedbackd::Running : Feedbackd::Absent;
+    return runs;
 }
 
 // Asks feedbackd for the event without waiting; should it refuse, the event's sound is played instead.
@@ -178,6 +205,12 @@ QString FeedbackEffectPrivate::eventFor(const QString& effect)
 void FeedbackEffectPrivate::resetSound()
 {
     soundPlayer()->reset();
+}
+
+void FeedbackEffectPrivate::resetFeedbackd()
+{
+    delete feedbackdWatcher.data();
+    feedbackdState = Feedbackd::Unknown;
 }
 
 void FeedbackEffect::play(const QString& name)

@@ -17,6 +17,8 @@ public:
     // Closes the sound context, so that the next sound opens libcanberra again with the environment of
     // that moment (driver, sound theme).
     static void resetSound();
+    // Forgets whether feedbackd runs, so that the next touch asks the bus again, as a new process would.
+    static void resetFeedbackd();
 };
 
 } // namespace ConnUi

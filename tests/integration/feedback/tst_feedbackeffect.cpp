@@ -71,7 +71,9 @@ private Q_SLOTS:
     void touchIsReportedAsIndication();
     void touchTriggersFeedbackdWhenItRuns();
     void feedbackdTriggerIsNotWaitedFor();
-    void laterTouchesAddNoMatchRuleOrOwnerLookup();
+    void laterTouchesAskTheBusNothing();
+    void feedbackdStartedLaterTakesTheNextTouches();
+    void feedbackdGoneIsNotCalledAnyMore();
     void feedbackdRefusalFallsBackToTheSound();
     void touchPlaysTheEventSoundWithoutFeedbackd();
     void touchIsSilentWithoutFeedbackdOrSound();
@@ -116,6 +118,7 @@ void tst_FeedbackEffect::init()
 {
     QFile::remove(soundOutput());
     FeedbackEffectPrivate::resetSound();
+    FeedbackEffectPrivate::resetFeedbackd();
     qputenv("CANBERRA_DRIVER", "alsa");
 }
 
@@ -191,9 +194,10 @@ void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
     QTRY_COMPARE(triggeredEvents(), QStringList({QStringLiteral("device-added")}));
 }
 
-// Every touch asks the bus whether feedbackd runs and sends it the event; nothing else. A proxy made per
-// touch would add an owner lookup, a match rule and the rule's removal to each of them.
-void tst_FeedbackEffect::laterTouchesAddNoMatchRuleOrOwnerLookup()
+// The first touch asks the bus whether feedbackd runs and starts following its name; later touches only
+// send feedbackd the event. A proxy made per touch would add an owner lookup, a match rule and the
+// rule's removal to each of them, and asking on each an owner lookup.
+void tst_FeedbackEffect::laterTouchesAskTheBusNothing()
 {
     m_feedbackd = PhoneMocks::feedbackd();
     MockSuite::startOnPrivateBus(*m_feedbackd);
@@ -209,10 +213,50 @@ void tst_FeedbackEffect::laterTouchesAddNoMatchRuleOrOwnerLookup()
         FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     }
     QTRY_COMPARE(triggeredEvents().size(), 1 + touches);
-    QStringList expected;
-    for (int i = 0; i < touches; ++i)
-        expected << QStringLiteral("NameHasOwner");
-    QCOMPARE(monitor.calls(), expected);
+    QCOMPARE(monitor.calls(), QStringList());
+}
+
+void tst_FeedbackEffect::feedbackdStartedLaterTakesTheNextTouches()
+{
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+
+    m_feedbackd = PhoneMocks::feedbackd();
+    MockSuite::startOnPrivateBus(*m_feedbackd);
+    // Its arrival is reported through the event loop; until then touches still play the sound.
+    QTRY_VERIFY([this] {
+        FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+        return QTest::qWaitFor([this] { return !triggeredEvents().isEmpty(); }, 1000);
+    }());
+    const QStringList triggered = triggeredEvents();
+    QCOMPARE(QSet<QString>(triggered.begin(), triggered.end()), QSet<QString>({QStringLiteral("device-added")}));
+}
+
+void tst_FeedbackEffect::feedbackdGoneIsNotCalledAnyMore()
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    MockSuite::startOnPrivateBus(*m_feedbackd);
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(triggeredEvents().size(), 1);
+    m_feedbackd->stop();
+
+    // Touches made before the departure is reported still go to feedbackd's name, are refused by the
+    // bus and play the sound; then the sound is played without asking.
+    QTRY_VERIFY([this] {
+        QFile::remove(soundOutput());
+        FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+        return QTest::qWaitFor([this] { return QFileInfo(soundOutput()).size() == soundFrames * 2; }, 2000);
+    }());
+    BusCallMonitor monitor;
+    monitor.alsoWatch(QLatin1String("org.sigxcpu.Feedback"));
+    QVERIFY2(monitor.start(), "dbus-monitor is needed");
+    QFile::remove(soundOutput());
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    QCOMPARE(monitor.calls(), QStringList());
 }
 
 void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
