@@ -24,6 +24,7 @@
 #include <QMutex>
 #include <QMutexLocker>
 #include <QPointer>
+#include <QThreadPool>
 
 namespace {
 
@@ -50,17 +51,51 @@ void closeSoundAtExit();
 // (no sound system) is not tried again until resetSound(). The context is closed, its playback
 // cancelled, before the application object goes away (a post routine), while everything the sound's
 // threads use still exists; otherwise when the library holding it is unloaded.
+//
+// Sounds are handed to libcanberra on a thread of their own: its drivers open the sound device in
+// ca_context_play() (the ALSA driver on every sound, failing each time on a machine without one), which
+// must not hold up the event loop.
 class SoundPlayer
 {
 public:
-    SoundPlayer() { qAddPostRoutine(closeSoundAtExit); }
+    SoundPlayer()
+    {
+        m_thread.setMaxThreadCount(1);
+        m_thread.setExpiryTimeout(-1);
+        qAddPostRoutine(closeSoundAtExit);
+    }
 
     ~SoundPlayer()
     {
         qRemovePostRoutine(closeSoundAtExit);
+        m_thread.waitForDone();
         close();
     }
 
+    void playLater(const QString& event)
+    {
+        m_thread.start([this, event] { play(event); });
+    }
+
+    // Returns once every sound asked for has been handed to libcanberra.
+    void waitForDone() { m_thread.waitForDone(); }
+
+    void reset()
+    {
+        m_thread.waitForDone();
+        QMutexLocker locker(&m_mutex);
+        close();
+        m_failed = false;
+    }
+
+    void closeForExit()
+    {
+        m_thread.waitForDone();
+        QMutexLocker locker(&m_mutex);
+        close();
+    }
+
+private:
     void play(const QString& event)
     {
         QMutexLocker locker(&m_mutex);
@@ -75,20 +110,6 @@ public:
             qCDebug(lcFeedback, "FeedbackEffect: no sound for %s: %s", id.constData(), ca_strerror(result));
     }
 
-    void reset()
-    {
-        QMutexLocker locker(&m_mutex);
-        close();
-        m_failed = false;
-    }
-
-    void closeForExit()
-    {
-        QMutexLocker locker(&m_mutex);
-        close();
-    }
-
-private:
     bool open()
     {
         if (m_context)
@@ -126,6 +147,8 @@ private:
     QMutex m_mutex;
     ca_context* m_context = nullptr;
     bool m_failed = false;
+    // Declared last, so that it is destroyed first.
+    QThreadPool m_thread;
 };
 
 Q_GLOBAL_STATIC(SoundPlayer, soundPlayer)
@@ -179,7 +202,7 @@ void trigger(const QDBusConnection& bus, const QString& event)
         if (reply.isError()) {
             qCDebug(lcFeedback, "FeedbackEffect: feedbackd refused %s: %s", qUtf8Printable(event),
                     qUtf8Printable(reply.error().name()));
-            soundPlayer()->play(event);
+            soundPlayer()->playLater(event);
         }
         call->deleteLater();
     });
@@ -207,6 +230,11 @@ void FeedbackEffectPrivate::resetSound()
     soundPlayer()->reset();
 }
 
+void FeedbackEffectPrivate::waitForSound()
+{
+    soundPlayer()->waitForDone();
+}
+
 void FeedbackEffectPrivate::resetFeedbackd()
 {
     delete feedbackdWatcher.data();
@@ -222,7 +250,7 @@ void FeedbackEffect::play(const QString& name)
     if (feedbackdRuns(bus))
         trigger(bus, event);
     else
-        soundPlayer()->play(event);
+        soundPlayer()->playLater(event);
 }
 
 } // namespace ConnUi

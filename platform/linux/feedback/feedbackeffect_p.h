@@ -17,6 +17,8 @@ public:
     // Closes the sound context, so that the next sound opens libcanberra again with the environment of
     // that moment (driver, sound theme).
     static void resetSound();
+    // Returns once every sound asked for has been handed to libcanberra (they are played on a thread).
+    static void waitForSound();
     // Forgets whether feedbackd runs, so that the next touch asks the bus again, as a new process would.
     static void resetFeedbackd();
 };

@@ -12,6 +12,15 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "buscallmonitor.h"
 #include "feedbackeffect.h"
 #include "feedbackeffect_p.h"
@@ -76,6 +85,7 @@ private Q_SLOTS:
     void feedbackdGoneIsNotCalledAnyMore();
     void feedbackdRefusalFallsBackToTheSound();
     void touchPlaysTheEventSoundWithoutFeedbackd();
+    void soundDeviceIsOpenedOffTheEventLoop();
     void touchIsSilentWithoutFeedbackdOrSound();
     void soundSystemThatFailsIsNotTriedAgain();
     void closingTheSoundWhilePlayingIsSafe();
@@ -155,6 +165,7 @@ void tst_FeedbackEffect::touchIsReportedAsIndication()
     QTest::ignoreMessage(QtDebugMsg,
                          QRegularExpression(QStringLiteral("^FeedbackEffect: no feedback service and no sound")));
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    FeedbackEffectPrivate::waitForSound();
     QCOMPARE(indications.count(), 1);
     QCOMPARE(indications.first(), QVariantList({QStringLiteral("feedback"), QStringLiteral("priority1_nfc_touch")}));
 }
@@ -221,6 +232,7 @@ void tst_FeedbackEffect::feedbackdStartedLaterTakesTheNextTouches()
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    FeedbackEffectPrivate::waitForSound();
 
     m_feedbackd = PhoneMocks::feedbackd();
     MockSuite::startOnPrivateBus(*m_feedbackd);
@@ -256,6 +268,7 @@ void tst_FeedbackEffect::feedbackdGoneIsNotCalledAnyMore()
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    FeedbackEffectPrivate::waitForSound();
     QCOMPARE(monitor.calls(), QStringList());
 }
 
@@ -275,6 +288,7 @@ void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    FeedbackEffectPrivate::waitForSound();
 }
 
 void tst_FeedbackEffect::touchPlaysTheEventSoundWithoutFeedbackd()
@@ -283,6 +297,50 @@ void tst_FeedbackEffect::touchPlaysTheEventSoundWithoutFeedbackd()
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     // Every sample of the theme's device-added sound reached the sound device.
     QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    FeedbackEffectPrivate::waitForSound();
+}
+
+void tst_FeedbackEffect::soundDeviceIsOpenedOffTheEventLoop()
+{
+    // A sound device that takes its time to open: the file ALSA writes to is a FIFO that nobody reads
+    // yet, so opening it blocks.
+    QVERIFY(::mkfifo(QFile::encodeName(soundOutput()).constData(), 0600) == 0);
+    const auto removeFifo = qScopeGuard([this] { QFile::remove(soundOutput()); });
+    // A reader comes after two seconds at the latest, so that a play() that waits cannot hang the test.
+    std::atomic<bool> readNow{false};
+    QByteArray heard;
+    std::thread reader([&] {
+        for (int i = 0; i < 200 && !readNow; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        const int fd = ::open(QFile::encodeName(soundOutput()).constData(), O_RDONLY | O_NONBLOCK);
+        if (fd < 0)
+            return;
+        QElapsedTimer timer;
+        timer.start();
+        while (heard.size() < soundFrames * 2 && timer.elapsed() < 10000) {
+            pollfd readable{fd, POLLIN, 0};
+            if (::poll(&readable, 1, 100) <= 0)
+                continue;
+            char buffer[4096];
+            const ssize_t got = ::read(fd, buffer, sizeof buffer);
+            if (got > 0)
+                heard.append(buffer, int(got));
+            else if (got == 0)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10)); // no writer yet
+        }
+        ::close(fd);
+    });
+
+    QElapsedTimer timer;
+    timer.start();
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    const qint64 returnedAfter = timer.elapsed();
+    readNow = true;
+    reader.join();
+    FeedbackEffectPrivate::waitForSound();
+    QVERIFY2(returnedAfter < 1000, qPrintable(QStringLiteral("play() returned after %1 ms").arg(returnedAfter)));
+    QCOMPARE(heard.size(), soundFrames * 2);
 }
 
 void tst_FeedbackEffect::touchIsSilentWithoutFeedbackdOrSound()
@@ -290,6 +348,7 @@ void tst_FeedbackEffect::touchIsSilentWithoutFeedbackdOrSound()
     qputenv("CANBERRA_DRIVER", "none-such");
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: no feedback service and no sound: No such driver");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    FeedbackEffectPrivate::waitForSound();
     QTest::qWait(200);
     QVERIFY(!QFile::exists(soundOutput()));
 }
@@ -299,6 +358,7 @@ void tst_FeedbackEffect::soundSystemThatFailsIsNotTriedAgain()
     qputenv("CANBERRA_DRIVER", "none-such");
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: no feedback service and no sound: No such driver");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    FeedbackEffectPrivate::waitForSound();
     // A second touch says nothing more (a message not ignored would still pass, so count them).
     int messages = 0;
     static int* counter = nullptr;
@@ -310,6 +370,7 @@ void tst_FeedbackEffect::soundSystemThatFailsIsNotTriedAgain()
         });
     qputenv("CANBERRA_DRIVER", "alsa");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    FeedbackEffectPrivate::waitForSound();
     qInstallMessageHandler(previous);
     QCOMPARE(messages, 0);
     QTest::qWait(200);
@@ -332,6 +393,7 @@ void tst_FeedbackEffect::closingTheSoundWhilePlayingIsSafe()
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    FeedbackEffectPrivate::waitForSound();
 }
 
 QTEST_GUILESS_MAIN(tst_FeedbackEffect)
