@@ -478,7 +478,7 @@ void launch(const AppInfoRef& appRef, const QStringList& arguments, bool reapedB
     }
 
     // GIO expands the field codes, passes file: URIs to %f/%F as paths, uses D-Bus activation where
-    // the entry asks for it, and spawns the program detached (it is not our child).
+    // the entry asks for it, and starts the program (see launchUris() for how).
     GError* error = nullptr;
     const gboolean started = launchUris(app, uris, reapedByEventLoop, &error);
     g_list_free(uris);
@@ -563,7 +563,8 @@ void Action::trigger() const
         return;
     // Starting a program reads its entry and spawns it (or forks the dialog server, see launchUris()),
     // which takes up to milliseconds; the launcher's thread does it, so that neither the event loop nor
-    // the reply the NFC daemon waits for waits on it. One thread, so that programs start in the order they were asked for.
+    // the reply the NFC daemon waits for waits on it. One thread, so that programs start in the order
+    // they were asked for.
     const AppInfoRef app = d->app;
     const QStringList arguments = d->arguments;
     const bool reapedByEventLoop = mainLoopRunsGlib();
