@@ -4,29 +4,15 @@
 // inherited close-on-exec before anything else.
 #pragma once
 
-#include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace Host {
 
 inline void closeInheritedDescriptorsOnExec()
 {
-    DIR* dir = ::opendir("/proc/self/fd");
-    if (!dir)
-        return;
-    const int listing = ::dirfd(dir);
-    while (const dirent* entry = ::readdir(dir)) {
-        char* end = nullptr;
-        const long fd = std::strtol(entry->d_name, &end, 10);
-        if (end == entry->d_name || *end != '\0' || fd <= STDERR_FILENO || fd == listing)
-            continue;
-        const int flags = ::fcntl(int(fd), F_GETFD);
-        if (flags >= 0 && !(flags & FD_CLOEXEC))
-            ::fcntl(int(fd), F_SETFD, flags | FD_CLOEXEC);
-    }
-    ::closedir(dir);
+    // One system call for all of them (Linux 5.11 and later). Where it fails the descriptors stay as
+    // they are, and the plugins fork to start programs, closing them in the new process.
+    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
 }
 
 } // namespace Host
