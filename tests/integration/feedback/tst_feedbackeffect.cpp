@@ -207,7 +207,7 @@ void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
 
 // The first touch asks the bus whether feedbackd runs and starts following its name; later touches only
 // send feedbackd the event. A proxy made per touch would add an owner lookup, a match rule and the
-// rule's removal to each of them, and asking on each an owner lookup.
+// rule's removal to each of them; asking the bus on each touch, an owner lookup.
 void tst_FeedbackEffect::laterTouchesAskTheBusNothing()
 {
     m_feedbackd = PhoneMocks::feedbackd();
