@@ -11,6 +11,7 @@
 
 #include <signal.h>
 #include <sys/types.h>
+#include <utime.h>
 
 namespace {
 
@@ -172,6 +173,34 @@ private Q_SLOTS:
         QCOMPARE(next.process.exitCode(), 0);
         QVERIFY(allGone(next.buses, 5000));
         QVERIFY2(leftovers().isEmpty(), qPrintable(leftovers().join(QLatin1Char(' '))));
+    }
+
+    // A run killed between making its directory and writing its owner into it leaves a directory
+    // without one: the next run removes it once nobody has touched it for ten minutes, and leaves a
+    // younger one alone (a run that is just starting).
+    void directoriesWithoutOwnerGoWhenTheyAreOld()
+    {
+        const QStringList old{QStringLiteral("nfcui-buses.ownerless-old"), QStringLiteral("nfcui-test.ownerless-old")};
+        const QStringList young{QStringLiteral("nfcui-buses.ownerless-new"), QStringLiteral("nfcui-test.ownerless-new")};
+        const QDir tmp(m_tmp.path());
+        for (const QString& dir : old + young)
+            QVERIFY(tmp.mkpath(dir + QStringLiteral("/home")));
+        for (const QString& dir : old) {
+            const time_t hourAgo = time(nullptr) - 3600;
+            const utimbuf times{hourAgo, hourAgo};
+            QVERIFY(::utime(QFile::encodeName(tmp.filePath(dir)).constData(), &times) == 0);
+        }
+
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("isolated"), QStringLiteral("exit 0")));
+        QVERIFY(run.process.waitForFinished(10000));
+        QCOMPARE(run.process.exitCode(), 0);
+        QVERIFY(allGone(run.buses, 5000));
+        QStringList left = leftovers();
+        left.sort();
+        QStringList expected = young;
+        expected.sort();
+        QCOMPARE(left, expected);
     }
 };
 
