@@ -682,7 +682,16 @@ def main():
     if options.interactive_answers:
         print('Answer the dialogs in their windows.', flush=True)
 
+    # A termination (a timeout, the session ending) stops what the tour started like Ctrl+C does: the
+    # programs run in sessions of their own, so nothing else would stop them.
+    def terminate(signum, frame):
+        raise SystemExit(128 + signum)
+
+    signal.signal(signal.SIGTERM, terminate)
+    signal.signal(signal.SIGHUP, terminate)
+
     tour = Tour(options)
+    failures = []
     try:
         tour.start_system()
         if options.interactive:
@@ -695,8 +704,8 @@ def main():
                 signal.pause()
             except KeyboardInterrupt:
                 pass
-            return 0
-        failures = tour.run(options.step or Tour.STEPS)
+        else:
+            failures = tour.run(options.step or Tour.STEPS)
     except Failure as failure:
         print('FAIL setup %s' % failure, flush=True)
         failures = ['setup']
@@ -704,11 +713,13 @@ def main():
         tour.stop_all()
         print('Screenshots: %s' % tour.screenshots, flush=True)
         print('Logs (kept when a step fails): %s' % tour.logs, flush=True)
+        if not failures:
+            shutil.rmtree(tour.root, ignore_errors=True)
     if failures:
         print('The tour failed at: %s' % ', '.join(failures), flush=True)
         return 1
-    shutil.rmtree(tour.root, ignore_errors=True)
-    print('Every step behaved as the system defines.', flush=True)
+    if not options.interactive:
+        print('Every step behaved as the system defines.', flush=True)
     return 0
 
 

@@ -6,9 +6,38 @@
 // note stored, the message sent, the headset connected).
 #include <QtTest>
 
+#include <QDir>
 #include <QProcess>
 
+#include <csignal>
+
 #include "testtimeouts.h"
+
+namespace {
+
+// The processes whose parent is pid.
+QList<qint64> childrenOf(qint64 pid)
+{
+    QList<qint64> children;
+    for (const QString& entry : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+        QFile stat(QStringLiteral("/proc/") + entry + QStringLiteral("/stat"));
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        // pid (comm) state ppid ...: the command name may hold spaces and parentheses.
+        const QByteArray line = stat.readAll();
+        const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() > 1 && fields.at(1).toLongLong() == pid)
+            children << entry.toLongLong();
+    }
+    return children;
+}
+
+bool gone(qint64 pid)
+{
+    return !QFile::exists(QStringLiteral("/proc/%1").arg(pid));
+}
+
+} // namespace
 
 class tst_DemoTour : public QObject
 {
@@ -34,6 +63,49 @@ private:
     }
 
 private Q_SLOTS:
+    // The tour starts the system's programs in sessions of their own; a tour that is terminated (a
+    // timeout, a closed terminal) stops them and removes its folder, as Ctrl+C does.
+    void aTerminatedTourStopsEverythingItStarted()
+    {
+        QProcess tour;
+        tour.setProcessChannelMode(QProcess::MergedChannels);
+        tour.start(QStringLiteral("/usr/bin/python3"), {QStringLiteral(NFCUI_DEMO_TOUR), QStringLiteral("--build"),
+                                                        QStringLiteral(NFCUI_BUILD_DIR), QStringLiteral("--interactive")});
+        QVERIFY2(tour.waitForStarted(), "/usr/bin/python3 cannot be started");
+        QString output;
+        QElapsedTimer timer;
+        timer.start();
+        while (!output.contains(QStringLiteral("Press Ctrl+C to stop.")) && timer.elapsed() < TestTimeouts::scaled(60000)
+               && tour.state() == QProcess::Running) {
+            tour.waitForReadyRead(1000);
+            output += QString::fromUtf8(tour.readAll());
+        }
+        QVERIFY2(output.contains(QStringLiteral("Press Ctrl+C to stop.")), qPrintable(output));
+        const QList<qint64> started = childrenOf(tour.processId());
+        QVERIFY2(started.size() >= 5, qPrintable(QStringLiteral("%1 programs started").arg(started.size())));
+        // Whatever this test finds still running is not left behind.
+        const auto killLeftovers = qScopeGuard([&started] {
+            for (const qint64 pid : started) {
+                if (!gone(pid))
+                    ::kill(pid_t(pid), SIGKILL);
+            }
+        });
+
+        ::kill(pid_t(tour.processId()), SIGTERM);
+        const bool finished = tour.waitForFinished(TestTimeouts::scaled(30000));
+        output += QString::fromUtf8(tour.readAll());
+        if (!finished)
+            tour.kill();
+        QVERIFY2(finished, qPrintable(output));
+        QCOMPARE(tour.exitCode(), 128 + SIGTERM);
+        for (const qint64 pid : started)
+            QVERIFY2(gone(pid), qPrintable(QStringLiteral("process %1 outlived the tour").arg(pid)));
+        const QRegularExpression logs(QStringLiteral("Logs \\(kept when a step fails\\): (\\S+)/logs"));
+        const QRegularExpressionMatch folder = logs.match(output);
+        QVERIFY2(folder.hasMatch(), qPrintable(output));
+        QVERIFY2(!QFileInfo::exists(folder.captured(1)), qPrintable(folder.captured(1)));
+    }
+
     void aWebLinkOpensTheBrowser() { runStep(QStringLiteral("web_link")); }
     void aSmartPosterShowsItsTitleInTheUiLanguage() { runStep(QStringLiteral("smart_poster")); }
     void aPhoneNumberIsCalledDirectly() { runStep(QStringLiteral("call")); }
