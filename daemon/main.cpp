@@ -147,5 +147,13 @@ int main(int argc, char** argv)
         std::signal(SIGTERM, onSignal);
         std::signal(SIGINT, onSignal);
     }
-    return app.exec();
+    // The system bus going away ends the daemon: no client could reach it any more.
+    bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), QStringLiteral("org.freedesktop.DBus.Local"),
+                QStringLiteral("Disconnected"), &app, SLOT(quit()));
+    const int status = app.exec();
+    if (!bus.isConnected()) {
+        std::fprintf(stderr, "nfcui-daemon: lost the system bus; quitting\n");
+        return 1;
+    }
+    return status;
 }

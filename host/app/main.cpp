@@ -249,8 +249,18 @@ int main(int argc, char** argv)
         return 1;
     }
 
+    // The session bus going away (the session ended, its bus daemon died) ends the host too: nothing
+    // could reach its dialogs any more, and it would otherwise run on without a session.
+    QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                                          &app, SLOT(quit()));
+
     fprintf(stderr, "nfcui-host: ready with %d plugin(s)\n", int(loader.loadedFiles().size()));
-    const int status = app.exec();
+    int status = app.exec();
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        fail(QStringLiteral("lost the session bus; quitting"));
+        status = 1;
+    }
 
     // Plugins first, so that their requests end before the dialogs they showed are deleted.
     loader.destroyAll();

@@ -162,6 +162,30 @@ private Q_SLOTS:
         QVERIFY(stop(host.get(), SIGTERM));
     }
 
+    void aLostSessionBusEndsTheHostAfterDestroyingThePlugins()
+    {
+        // A session bus of this test's own, which it can take away.
+        QProcess bus;
+        bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                                                  QStringLiteral("--print-address=1")});
+        QVERIFY2(bus.waitForStarted() && bus.waitForReadyRead(10000), "dbus-daemon cannot be started");
+        const QString address = QString::fromUtf8(bus.readLine()).trimmed();
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)}, QString(),
+                          environment);
+        QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
+
+        bus.kill();
+        bus.waitForFinished();
+        QVERIFY2(host->waitForFinished(TestTimeouts::scaled(10000)), "the host runs on without its session bus");
+        m_stderr += QString::fromUtf8(host->readAllStandardError());
+        QCOMPARE(host->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(host->exitCode(), 1);
+        QVERIFY2(m_stderr.contains(QStringLiteral("nfcui-host: lost the session bus; quitting")), qPrintable(m_stderr));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
+    }
+
     void sigintDestroysThePlugins()
     {
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});

@@ -4,6 +4,7 @@
 #include <QtTest>
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusContext>
 #include <QDBusMessage>
 #include <QDBusPendingCall>
@@ -14,6 +15,7 @@
 #include "nfcdnames.h"
 #include "nfcdsimulatorproxy.h"
 #include "nfcdtestsupport.h"
+#include "testtimeouts.h"
 
 namespace {
 
@@ -462,6 +464,38 @@ private Q_SLOTS:
         QDBusPendingCall call = simulator->TouchUnreadableTag();
         QVERIFY(finishes(call));
         QCOMPARE(call.error().name(), QStringLiteral("com.orvan.nfc.Error.NoAgent"));
+    }
+
+    void aLostSystemBusEndsTheDaemon()
+    {
+        // A bus of this test's own as the daemon's system bus, which the test can take away.
+        QProcess bus;
+        bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                                                  QStringLiteral("--print-address=1")});
+        QVERIFY2(bus.waitForStarted() && bus.waitForReadyRead(10000), "dbus-daemon cannot be started");
+        const QString address = QString::fromUtf8(bus.readLine()).trimmed();
+        QProcess lonely;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), address);
+        lonely.setProcessEnvironment(environment);
+        lonely.setProcessChannelMode(QProcess::MergedChannels);
+        lonely.start(QStringLiteral(NFCUI_DAEMON_PROGRAM), {QStringLiteral("--simulator")});
+        QVERIFY(lonely.waitForStarted());
+        {
+            const QDBusConnection watcher = QDBusConnection::connectToBus(address, QStringLiteral("lonely-bus"));
+            QTRY_VERIFY_WITH_TIMEOUT(watcher.interface()->isServiceRegistered(QLatin1String(Nfcd::ServiceName)),
+                                     TestTimeouts::scaled(10000));
+        }
+        QDBusConnection::disconnectFromBus(QStringLiteral("lonely-bus"));
+        QString output;
+
+        bus.kill();
+        bus.waitForFinished();
+        QVERIFY2(lonely.waitForFinished(TestTimeouts::scaled(10000)), "the daemon runs on without its system bus");
+        output += QString::fromUtf8(lonely.readAll());
+        QCOMPARE(lonely.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(lonely.exitCode(), 1);
+        QVERIFY2(output.contains(QStringLiteral("nfcui-daemon: lost the system bus; quitting")), qPrintable(output));
     }
 
     void unregisteringAnAgentThatIsNotRegisteredFails()
