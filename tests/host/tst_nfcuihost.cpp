@@ -15,6 +15,7 @@
 
 #include "automationtypes.h"
 #include "testpluginlog.h"
+#include "testbusdaemon.h"
 #include "testtimeouts.h"
 
 class tst_NfcuiHost : public QObject
@@ -165,19 +166,16 @@ private Q_SLOTS:
     void aLostSessionBusEndsTheHostAfterDestroyingThePlugins()
     {
         // A session bus of this test's own, which it can take away.
-        QProcess bus;
-        bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                  QStringLiteral("--print-address=1")});
-        QVERIFY2(bus.waitForStarted() && bus.waitForReadyRead(10000), "dbus-daemon cannot be started");
-        const QString address = QString::fromUtf8(bus.readLine()).trimmed();
+        TestBusDaemon bus;
+        QString error;
+        QVERIFY2(bus.start({QStringLiteral("--session")}, &error), qPrintable(error));
         QProcessEnvironment environment;
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), bus.address());
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)}, QString(),
                           environment);
         QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
 
         bus.kill();
-        bus.waitForFinished();
         QVERIFY2(host->waitForFinished(TestTimeouts::scaled(10000)), "the host runs on without its session bus");
         m_stderr += QString::fromUtf8(host->readAllStandardError());
         QCOMPARE(host->exitStatus(), QProcess::NormalExit);

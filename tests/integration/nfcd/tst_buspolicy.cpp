@@ -8,6 +8,8 @@
 #include <QDBusMessage>
 #include <QTemporaryDir>
 
+#include "testbusdaemon.h"
+
 #include <unistd.h>
 
 namespace {
@@ -37,7 +39,7 @@ class tst_BusPolicy : public QObject
 
 private:
     QTemporaryDir dir;
-    QProcess bus;
+    TestBusDaemon bus;
     QString address;
     Anything agent;
     Handler handler;
@@ -68,14 +70,9 @@ private Q_SLOTS:
                      "<include>" + QFile::encodeName(copy.fileName()) + "</include></busconfig>\n");
         config.close();
 
-        bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--config-file=") + config.fileName(),
-                                                  QStringLiteral("--print-address"), QStringLiteral("--nofork")});
-        QVERIFY2(bus.waitForStarted(10000), "dbus-daemon is missing (package dbus)");
-        QTRY_VERIFY2(bus.canReadLine() || bus.state() != QProcess::Running,
-                     "dbus-daemon printed no address");
-        QVERIFY2(bus.state() == QProcess::Running, bus.readAllStandardError().constData());
-        address = QString::fromUtf8(bus.readLine()).trimmed();
-        QVERIFY(!address.isEmpty());
+        QString error;
+        QVERIFY2(bus.start({QStringLiteral("--config-file=") + config.fileName()}, &error), qPrintable(error));
+        address = bus.address();
 
         QDBusConnection first = QDBusConnection::connectToBus(address, QStringLiteral("first"));
         QVERIFY2(first.isConnected(), qPrintable(first.lastError().message()));
@@ -88,8 +85,6 @@ private Q_SLOTS:
     {
         QDBusConnection::disconnectFromBus(QStringLiteral("first"));
         QDBusConnection::disconnectFromBus(QStringLiteral("second"));
-        bus.terminate();
-        bus.waitForFinished(5000);
     }
 
     void otherUsersCannotOwnTheDaemonsName()

@@ -15,6 +15,7 @@
 #include "nfcdnames.h"
 #include "nfcdsimulatorproxy.h"
 #include "nfcdtestsupport.h"
+#include "testbusdaemon.h"
 #include "testtimeouts.h"
 
 namespace {
@@ -469,11 +470,10 @@ private Q_SLOTS:
     void aLostSystemBusEndsTheDaemon()
     {
         // A bus of this test's own as the daemon's system bus, which the test can take away.
-        QProcess bus;
-        bus.start(QStringLiteral("dbus-daemon"), {QStringLiteral("--session"), QStringLiteral("--nofork"),
-                                                  QStringLiteral("--print-address=1")});
-        QVERIFY2(bus.waitForStarted() && bus.waitForReadyRead(10000), "dbus-daemon cannot be started");
-        const QString address = QString::fromUtf8(bus.readLine()).trimmed();
+        TestBusDaemon bus;
+        QString error;
+        QVERIFY2(bus.start({QStringLiteral("--session")}, &error), qPrintable(error));
+        const QString address = bus.address();
         QProcess lonely;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"), address);
@@ -490,7 +490,6 @@ private Q_SLOTS:
         QString output;
 
         bus.kill();
-        bus.waitForFinished();
         QVERIFY2(lonely.waitForFinished(TestTimeouts::scaled(10000)), "the daemon runs on without its system bus");
         output += QString::fromUtf8(lonely.readAll());
         QCOMPARE(lonely.exitStatus(), QProcess::NormalExit);
