@@ -150,7 +150,8 @@ int main(int argc, char** argv)
     // The system bus going away ends the daemon: no client could reach it any more.
     bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"), QStringLiteral("org.freedesktop.DBus.Local"),
                 QStringLiteral("Disconnected"), &app, SLOT(quit()));
-    const int status = app.exec();
+    // A bus lost before the watch above was made sends no signal any more.
+    const int status = bus.isConnected() ? app.exec() : 1;
     if (!bus.isConnected()) {
         std::fprintf(stderr, "nfcui-daemon: lost the system bus; quitting\n");
         return 1;

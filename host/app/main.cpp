@@ -250,14 +250,22 @@ int main(int argc, char** argv)
     }
 
     // The session bus going away (the session ended, its bus daemon died) ends the host too: nothing
-    // could reach its dialogs any more, and it would otherwise run on without a session.
-    QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
-                                          QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
-                                          &app, SLOT(quit()));
+    // could reach its dialogs any more, and it would otherwise run on without a session. A host that
+    // started without a session bus (only the automation interface needs one) has none to lose.
+    const bool hadSessionBus = QDBusConnection::sessionBus().isConnected();
+    if (hadSessionBus) {
+        QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                                              QStringLiteral("org.freedesktop.DBus.Local"),
+                                              QStringLiteral("Disconnected"), &app, SLOT(quit()));
+    }
+    const auto sessionBusLost = [hadSessionBus] {
+        return hadSessionBus && !QDBusConnection::sessionBus().isConnected();
+    };
 
     fprintf(stderr, "nfcui-host: ready with %d plugin(s)\n", int(loader.loadedFiles().size()));
-    int status = app.exec();
-    if (!QDBusConnection::sessionBus().isConnected()) {
+    // A bus lost while the plugins loaded, before the watch above was made, sends no signal any more.
+    int status = sessionBusLost() ? 1 : app.exec();
+    if (sessionBusLost()) {
         fail(QStringLiteral("lost the session bus; quitting"));
         status = 1;
     }

@@ -184,6 +184,20 @@ private Q_SLOTS:
         QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
     }
 
+    void aHostWithoutSessionBusEndsNormallyOnSigterm()
+    {
+        // Only the automation interface needs the session bus; without one the host runs, and a
+        // termination is an ordinary end, not a lost bus.
+        QProcessEnvironment environment;
+        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), QStringLiteral("unix:path=/nonexistent/bus"));
+        auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)}, QString(),
+                          environment);
+        QVERIFY2(waitForStderr(QStringLiteral("ready")), qPrintable(m_stderr));
+        QVERIFY2(stop(host.get(), SIGTERM), qPrintable(m_stderr));
+        QVERIFY2(!m_stderr.contains(QStringLiteral("lost the session bus")), qPrintable(m_stderr));
+        QCOMPARE(m_log.lines(), QStringList({"initialize", "destroy"}));
+    }
+
     void sigintDestroysThePlugins()
     {
         auto host = start({QStringLiteral("--plugin"), QStringLiteral(NFCUI_TEST_PLUGIN_RECORDING)});
