@@ -107,9 +107,12 @@ class Tour:
 
     def start(self, name, argv, env=None):
         log = open(os.path.join(self.logs, name + '.log'), 'w')
-        process = subprocess.Popen(argv, stdout=log, stderr=subprocess.STDOUT, env=env or os.environ.copy(),
-                                   start_new_session=True)
-        self.processes.append((name, process))
+        # A termination that came between the start and the record would leave the program untracked,
+        # and nothing else stops it (it runs in a session of its own): it waits until it is recorded.
+        with TerminationHeld():
+            process = subprocess.Popen(argv, stdout=log, stderr=subprocess.STDOUT, env=env or os.environ.copy(),
+                                       start_new_session=True)
+            self.processes.append((name, process))
         return process
 
     def wait_for_name(self, bus, name, what, timeout=15):
@@ -667,6 +670,44 @@ def run_reader(log):
     GLib.MainLoop().run()
 
 
+class TerminationHeld:
+    """Holds a SIGTERM or SIGHUP back until the block ends; the tour then ends as it would have."""
+
+    held = 0
+    pending = None
+
+    def __enter__(self):
+        TerminationHeld.held += 1
+
+    def __exit__(self, *exception):
+        TerminationHeld.held -= 1
+        if not TerminationHeld.held and TerminationHeld.pending is not None:
+            signum, TerminationHeld.pending = TerminationHeld.pending, None
+            terminate(signum, None)
+        return False
+
+
+def terminate(signum, frame):
+    """A termination (a timeout, the session ending) stops what the tour started, as Ctrl+C does: the
+    programs run in sessions of their own, so nothing else would stop them. Further terminations are
+    ignored, so that the clean-up is not cut short by the next one (a session's end often sends SIGTERM
+    and then SIGHUP)."""
+    if TerminationHeld.held:
+        TerminationHeld.pending = signum
+        return
+    signal.signal(signal.SIGTERM, signal.SIG_IGN)
+    signal.signal(signal.SIGHUP, signal.SIG_IGN)
+    raise SystemExit(128 + signum)
+
+
+def say(text):
+    """Prints a line; a terminal that is gone (a hang-up) does not stop the clean-up."""
+    try:
+        print(text, flush=True)
+    except OSError:
+        pass
+
+
 def main():
     if len(sys.argv) == 3 and sys.argv[1] == '--reader':
         run_reader(sys.argv[2])
@@ -682,19 +723,18 @@ def main():
     if options.interactive_answers:
         print('Answer the dialogs in their windows.', flush=True)
 
-    # A termination (a timeout, the session ending) stops what the tour started like Ctrl+C does: the
-    # programs run in sessions of their own, so nothing else would stop them.
-    def terminate(signum, frame):
-        raise SystemExit(128 + signum)
-
     signal.signal(signal.SIGTERM, terminate)
     signal.signal(signal.SIGHUP, terminate)
 
     tour = Tour(options)
     failures = []
+    # The folder (logs, and screenshots unless they go elsewhere) stays unless the tour ends as it
+    # should: every step passed, or an interactive tour was stopped after it was running.
+    keep = True
     try:
         tour.start_system()
         if options.interactive:
+            keep = False
             print('Everything is running. Touch tags with, for example:\n'
                   '  %s touch --uri https://example.com/\n'
                   '  %s touch --text "Hello"\n'
@@ -706,14 +746,15 @@ def main():
                 pass
         else:
             failures = tour.run(options.step or Tour.STEPS)
+            keep = bool(failures)
     except Failure as failure:
-        print('FAIL setup %s' % failure, flush=True)
+        say('FAIL setup %s' % failure)
         failures = ['setup']
     finally:
         tour.stop_all()
-        print('Screenshots: %s' % tour.screenshots, flush=True)
-        print('Logs (kept when a step fails): %s' % tour.logs, flush=True)
-        if not failures:
+        say('Screenshots: %s' % tour.screenshots)
+        say('Logs (kept unless the tour ends as it should): %s' % tour.logs)
+        if not keep:
             shutil.rmtree(tour.root, ignore_errors=True)
     if failures:
         print('The tour failed at: %s' % ', '.join(failures), flush=True)
