@@ -12,6 +12,7 @@
 #include <signal.h>
 #include <sys/types.h>
 #include <utime.h>
+#include <unistd.h>
 
 namespace {
 
@@ -199,6 +200,33 @@ private Q_SLOTS:
         QStringList left = leftovers();
         left.sort();
         QStringList expected = young;
+        expected.sort();
+        QCOMPARE(left, expected);
+    }
+
+    void anotherUsersDirectoriesAreLeftAlone()
+    {
+        if (::geteuid() != 0)
+            QSKIP("giving a folder to another user needs root");
+        const QStringList theirs{QStringLiteral("nfcui-buses.theirs"), QStringLiteral("nfcui-test.theirs")};
+        const QDir tmp(m_tmp.path());
+        for (const QString& dir : theirs) {
+            QVERIFY(tmp.mkpath(dir + QStringLiteral("/home")));
+            const QByteArray path = QFile::encodeName(tmp.filePath(dir));
+            QVERIFY(::chown(path.constData(), 65534, 65534) == 0);
+            const time_t hourAgo = time(nullptr) - 3600;
+            const utimbuf times{hourAgo, hourAgo};
+            QVERIFY(::utime(path.constData(), &times) == 0);
+        }
+
+        ScriptRun run;
+        QVERIFY(startScript(run, QStringLiteral("isolated"), QStringLiteral("exit 0")));
+        QVERIFY(run.process.waitForFinished(10000));
+        QCOMPARE(run.process.exitCode(), 0);
+        QVERIFY(allGone(run.buses, 5000));
+        QStringList left = leftovers();
+        left.sort();
+        QStringList expected = theirs;
         expected.sort();
         QCOMPARE(left, expected);
     }
