@@ -9,6 +9,7 @@
 
 #include "contentaction.h"
 #include "linuxlogging.h"
+#include "spawnguard.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
@@ -17,7 +18,9 @@
 #include <QMimeType>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QReadWriteLock>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSet>
 #include <QSharedData>
 #include <QThreadPool>
@@ -30,6 +33,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -382,6 +386,10 @@ public:
 
 Q_GLOBAL_STATIC(Launcher, launcher)
 
+// How long a launch waits for a touch sound being handed to the sound system before it forks instead
+// (see launchUris()), in milliseconds.
+constexpr int SpawnGuardWait = 100;
+
 // Whether every descriptor of the process above standard error is closed on exec. A program then
 // inherits none of them even when it is spawned without closing descriptors.
 bool allDescriptorsCloseOnExec()
@@ -417,10 +425,14 @@ bool mainLoopRunsGlib()
 }
 
 // Collects a started program's exit status once it has ended, so that it does not stay a zombie.
-// The pidfd becomes readable when the program ends.
+// The pidfd becomes readable when the program ends, and is what is waited on where the kernel allows
+// (P_PIDFD, Linux 5.4): a process id could meanwhile name another process if someone else had
+// collected this one.
 gboolean reapOnExit(gint pidfd, GIOCondition, gpointer pid)
 {
-    ::waitpid(GPOINTER_TO_INT(pid), nullptr, WNOHANG);
+    siginfo_t info {};
+    if (::waitid(P_PIDFD, id_t(pidfd), &info, WEXITED | WNOHANG) != 0 && errno == EINVAL)
+        ::waitpid(GPOINTER_TO_INT(pid), nullptr, WNOHANG);
     ::close(pidfd);
     return G_SOURCE_REMOVE;
 }
@@ -447,17 +459,26 @@ void watchStartedProgram(GDesktopAppInfo*, GPid pid, gpointer)
 // makes every page the process writes afterwards a copy. Where the spawned program cannot inherit a
 // descriptor anyway (all are closed on exec), GLib spawns it with posix_spawn instead, which shares the
 // address space until the exec, and the program's exit status is collected through the event loop.
-// (A descriptor another thread opens without close-on-exec between the check and the spawn would
-// still reach the program; the libraries the dialog server uses open theirs close-on-exec.)
+//
+// Qt and GLib open their descriptors close-on-exec; what the platform runs on threads of its own that may
+// open one without (the touch sound) holds the spawn guard meanwhile, and the check and the spawn hold it
+// against them. A sound that takes longer than SpawnGuardWait (a sound device that blocks) is not waited
+// for: the program is then started the forking way, which closes every descriptor in the copy.
+// (Descriptors other code opens without close-on-exec on threads of its own between the check and the
+// spawn would still reach the program.)
 gboolean launchUris(GAppInfo* app, GList* uris, bool reapedByEventLoop, GError** error)
 {
-    if (!G_IS_DESKTOP_APP_INFO(app) || !reapedByEventLoop || !allDescriptorsCloseOnExec())
-        return g_app_info_launch_uris(app, uris, nullptr, error);
-    const GSpawnFlags flags =
-        GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_LEAVE_DESCRIPTORS_OPEN);
-    return g_desktop_app_info_launch_uris_as_manager_with_fds(G_DESKTOP_APP_INFO(app), uris, nullptr, flags, nullptr,
-                                                              nullptr, watchStartedProgram, nullptr, -1, -1, -1,
-                                                              error);
+    if (G_IS_DESKTOP_APP_INFO(app) && reapedByEventLoop && SpawnGuard::lock().tryLockForWrite(SpawnGuardWait)) {
+        const auto release = qScopeGuard([] { SpawnGuard::lock().unlock(); });
+        if (allDescriptorsCloseOnExec()) {
+            const GSpawnFlags flags =
+                GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_LEAVE_DESCRIPTORS_OPEN);
+            return g_desktop_app_info_launch_uris_as_manager_with_fds(G_DESKTOP_APP_INFO(app), uris, nullptr, flags,
+                                                                      nullptr, nullptr, watchStartedProgram, nullptr,
+                                                                      -1, -1, -1, error);
+        }
+    }
+    return g_app_info_launch_uris(app, uris, nullptr, error);
 }
 
 void launch(const AppInfoRef& appRef, const QStringList& arguments, bool reapedByEventLoop)

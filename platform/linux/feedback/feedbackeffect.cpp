@@ -7,6 +7,7 @@
 #include "applicationproxy.h"
 #include "feedbackdproxy.h"
 #include "linuxlogging.h"
+#include "spawnguard.h"
 #include "uiindications.h"
 
 #include <canberra.h>
@@ -24,6 +25,7 @@
 #include <QMutex>
 #include <QMutexLocker>
 #include <QPointer>
+#include <QReadWriteLock>
 #include <QThreadPool>
 
 namespace {
@@ -98,6 +100,8 @@ public:
 private:
     void play(const QString& event)
     {
+        // libcanberra opens sound files (and its drivers their files) without close-on-exec.
+        QReadLocker spawnGuard(&SpawnGuard::lock());
         QMutexLocker locker(&m_mutex);
         if (!open())
             return;

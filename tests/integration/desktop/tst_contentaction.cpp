@@ -3,6 +3,7 @@
 // that writes the arguments it was given to a file named after the entry.
 #include "contentaction.h"
 #include "inheriteddescriptors.h"
+#include "spawnguard.h"
 #include "testenvironment.h"
 
 #include <QDir>
@@ -10,6 +11,7 @@
 #include <QFile>
 #include <QMap>
 #include <QProcess>
+#include <QReadWriteLock>
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -122,6 +124,7 @@ private Q_SLOTS:
     void programIsSpawnedByTheDialogServerItself();
     void programInheritsNoDescriptorOfTheDialogServer();
     void spawnedProgramIsReapedWhenItEnds();
+    void programStartedWhileASoundIsHandedOverIsForked();
 
     void repeatedLookupsDoNotReadTheDisk();
     void benchmarkSchemeLookup();
@@ -687,6 +690,19 @@ void TestContentAction::programInheritsNoDescriptorOfTheDialogServer()
     QVERIFY2(!forked.contains(closed), qPrintable(forked.join(QLatin1Char('\n'))));
     QVERIFY(!valueOf(forked, QStringLiteral("pid")).isEmpty());
     QVERIFY(valueOf(forked, QStringLiteral("ppid")) != QString::number(QCoreApplication::applicationPid()));
+}
+
+void TestContentAction::programStartedWhileASoundIsHandedOverIsForked()
+{
+    // A sound being handed to the sound system may open descriptors without close-on-exec at any
+    // moment, so a program started meanwhile is not spawned with the descriptors left open: after a
+    // short wait it is started the forking way, through an intermediate process that leaves it to
+    // another parent, and every descriptor is closed in the copy.
+    Host::closeInheritedDescriptorsOnExec();
+    QReadLocker soundBeingHandedOver(&SpawnGuard::lock());
+    const QStringList description = describeStartedProgram();
+    QVERIFY2(!description.isEmpty(), "the program did not start");
+    QVERIFY(valueOf(description, QStringLiteral("ppid")) != QString::number(QCoreApplication::applicationPid()));
 }
 
 void TestContentAction::spawnedProgramIsReapedWhenItEnds()

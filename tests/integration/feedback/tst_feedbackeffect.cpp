@@ -6,8 +6,10 @@
 // the suite writes into its own XDG_DATA_HOME.
 #include <QDataStream>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLoggingCategory>
+#include <QReadWriteLock>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -26,6 +28,7 @@
 #include "feedbackeffect_p.h"
 #include "mocksuite.h"
 #include "phonemocks.h"
+#include "spawnguard.h"
 #include "uiindications.h"
 
 using ConnUi::FeedbackEffect;
@@ -64,6 +67,66 @@ bool writeFile(const QString& path, const QByteArray& contents)
     return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(contents) == contents.size();
 }
 
+// A sound device that takes its time to open: the file ALSA writes to is a FIFO that nobody reads
+// until read() is called, so opening it for writing blocks until then.
+class SlowSoundDevice
+{
+public:
+    explicit SlowSoundDevice(const QString& path) : m_path(path)
+    {
+        m_valid = ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
+        if (!m_valid)
+            return;
+        // The reader comes after two seconds at the latest, so that a play() that waits for it cannot
+        // hang the test.
+        m_reader = std::thread([this] {
+            for (int i = 0; i < 200 && !m_readNow; ++i)
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            const int fd = ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_NONBLOCK);
+            if (fd < 0)
+                return;
+            QElapsedTimer timer;
+            timer.start();
+            while (m_heard.size() < soundFrames * 2 && timer.elapsed() < 10000) {
+                pollfd readable{fd, POLLIN, 0};
+                if (::poll(&readable, 1, 100) <= 0)
+                    continue;
+                char buffer[4096];
+                const ssize_t got = ::read(fd, buffer, sizeof buffer);
+                if (got > 0)
+                    m_heard.append(buffer, int(got));
+                else if (got == 0)
+                    std::this_thread::sleep_for(std::chrono::milliseconds(10)); // no writer yet
+            }
+            ::close(fd);
+        });
+    }
+    ~SlowSoundDevice()
+    {
+        read();
+        QFile::remove(m_path);
+    }
+    bool isValid() const { return m_valid; }
+
+    // Starts reading, and returns what was written once a whole sound has arrived (or after ten
+    // seconds).
+    QByteArray read()
+    {
+        m_readNow = true;
+        if (m_reader.joinable())
+            m_reader.join();
+        return m_heard;
+    }
+
+private:
+    Q_DISABLE_COPY(SlowSoundDevice)
+    QString m_path;
+    bool m_valid = false;
+    std::atomic<bool> m_readNow{false};
+    QByteArray m_heard;
+    std::thread m_reader;
+};
+
 } // namespace
 
 class tst_FeedbackEffect : public QObject
@@ -86,6 +149,7 @@ private Q_SLOTS:
     void feedbackdRefusalFallsBackToTheSound();
     void touchPlaysTheEventSoundWithoutFeedbackd();
     void soundDeviceIsOpenedOffTheEventLoop();
+    void soundBeingHandedOverHoldsProgramSpawnsBack();
     void touchIsSilentWithoutFeedbackdOrSound();
     void soundSystemThatFailsIsNotTriedAgain();
     void closingTheSoundWhilePlayingIsSafe();
@@ -302,45 +366,39 @@ void tst_FeedbackEffect::touchPlaysTheEventSoundWithoutFeedbackd()
 
 void tst_FeedbackEffect::soundDeviceIsOpenedOffTheEventLoop()
 {
-    // A sound device that takes its time to open: the file ALSA writes to is a FIFO that nobody reads
-    // yet, so opening it blocks.
-    QVERIFY(::mkfifo(QFile::encodeName(soundOutput()).constData(), 0600) == 0);
-    const auto removeFifo = qScopeGuard([this] { QFile::remove(soundOutput()); });
-    // A reader comes after two seconds at the latest, so that a play() that waits cannot hang the test.
-    std::atomic<bool> readNow{false};
-    QByteArray heard;
-    std::thread reader([&] {
-        for (int i = 0; i < 200 && !readNow; ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        const int fd = ::open(QFile::encodeName(soundOutput()).constData(), O_RDONLY | O_NONBLOCK);
-        if (fd < 0)
-            return;
-        QElapsedTimer timer;
-        timer.start();
-        while (heard.size() < soundFrames * 2 && timer.elapsed() < 10000) {
-            pollfd readable{fd, POLLIN, 0};
-            if (::poll(&readable, 1, 100) <= 0)
-                continue;
-            char buffer[4096];
-            const ssize_t got = ::read(fd, buffer, sizeof buffer);
-            if (got > 0)
-                heard.append(buffer, int(got));
-            else if (got == 0)
-                std::this_thread::sleep_for(std::chrono::milliseconds(10)); // no writer yet
-        }
-        ::close(fd);
-    });
+    SlowSoundDevice device(soundOutput());
+    QVERIFY(device.isValid());
 
     QElapsedTimer timer;
     timer.start();
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     const qint64 returnedAfter = timer.elapsed();
-    readNow = true;
-    reader.join();
+    const QByteArray heard = device.read();
     FeedbackEffectPrivate::waitForSound();
     QVERIFY2(returnedAfter < 1000, qPrintable(QStringLiteral("play() returned after %1 ms").arg(returnedAfter)));
     QCOMPARE(heard.size(), soundFrames * 2);
+}
+
+void tst_FeedbackEffect::soundBeingHandedOverHoldsProgramSpawnsBack()
+{
+    // libcanberra opens files without close-on-exec while it takes a sound: a program spawned meanwhile
+    // with the dialog server's descriptors left open would inherit them.
+    SlowSoundDevice device(soundOutput());
+    QVERIFY(device.isValid());
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    const auto spawnWouldWait = [] {
+        if (!SpawnGuard::lock().tryLockForWrite())
+            return true;
+        SpawnGuard::lock().unlock();
+        return false;
+    };
+    QTRY_VERIFY(spawnWouldWait());
+
+    QCOMPARE(device.read().size(), soundFrames * 2);
+    FeedbackEffectPrivate::waitForSound();
+    QVERIFY(!spawnWouldWait());
 }
 
 void tst_FeedbackEffect::touchIsSilentWithoutFeedbackdOrSound()

@@ -1,0 +1,11 @@
+#include "spawnguard.h"
+
+namespace SpawnGuard {
+
+QReadWriteLock& lock()
+{
+    static QReadWriteLock guard;
+    return guard;
+}
+
+} // namespace SpawnGuard
