@@ -56,103 +56,140 @@ void closeSoundAtExit();
 //
 // Sounds are handed to libcanberra on a thread of their own: its drivers open the sound device in
 // ca_context_play() (the ALSA driver on every sound, failing each time on a machine without one), which
-// must not hold up the event loop.
+// must not hold up the event loop. A device that blocks must not hold up the end of the process either:
+// at exit a sound still being handed over is waited for ExitWait at most, and then left to the end of
+// the process with its context and thread. While one sound is being handed over, one more may wait;
+// further touches meanwhile are silent rather than queued behind it.
 class SoundPlayer
 {
 public:
     SoundPlayer()
     {
-        m_thread.setMaxThreadCount(1);
-        m_thread.setExpiryTimeout(-1);
+        m_thread->setMaxThreadCount(1);
+        m_thread->setExpiryTimeout(-1);
         qAddPostRoutine(closeSoundAtExit);
     }
 
     ~SoundPlayer()
     {
         qRemovePostRoutine(closeSoundAtExit);
-        m_thread.waitForDone();
-        close();
+        if (m_abandoned || !m_thread->waitForDone(ExitWait))
+            return;
+        delete m_thread;
+        delete m_sound;
     }
 
     void playLater(const QString& event)
     {
-        m_thread.start([this, event] { play(event); });
+        Sound* sound = m_sound;
+        if (sound->queued.fetchAndAddOrdered(1) >= MaxQueued) {
+            sound->queued.fetchAndSubOrdered(1);
+            qCDebug(lcFeedback, "FeedbackEffect: no sound for %s: the sound system is still taking the last ones",
+                    qUtf8Printable(event));
+            return;
+        }
+        m_thread->start([sound, event] {
+            sound->play(event);
+            sound->queued.fetchAndSubOrdered(1);
+        });
     }
 
     // Returns once every sound asked for has been handed to libcanberra.
-    void waitForDone() { m_thread.waitForDone(); }
+    void waitForDone() { m_thread->waitForDone(); }
 
     void reset()
     {
-        m_thread.waitForDone();
-        QMutexLocker locker(&m_mutex);
-        close();
-        m_failed = false;
+        m_thread->waitForDone();
+        QMutexLocker locker(&m_sound->mutex);
+        m_sound->close();
+        m_sound->failed = false;
+        m_abandoned = false;
     }
 
     void closeForExit()
     {
-        m_thread.waitForDone();
-        QMutexLocker locker(&m_mutex);
-        close();
+        if (!m_thread->waitForDone(ExitWait)) {
+            qCWarning(lcFeedback, "FeedbackEffect: the sound system has not taken a sound for %d ms; "
+                                  "not waiting for it at exit", ExitWait);
+            m_abandoned = true;
+            return;
+        }
+        QMutexLocker locker(&m_sound->mutex);
+        m_sound->close();
     }
 
 private:
-    void play(const QString& event)
+    // What the sound thread uses. Deleted with the player once the thread has finished; a thread left
+    // blocked at exit keeps it to the end of the process.
+    struct Sound
     {
-        // libcanberra opens sound files (and its drivers their files) without close-on-exec.
-        QReadLocker spawnGuard(&SpawnGuard::lock());
-        QMutexLocker locker(&m_mutex);
-        if (!open())
-            return;
-        const QByteArray id = event.toUtf8();
-        const int result = ca_context_play(m_context, 0, CA_PROP_EVENT_ID, id.constData(), CA_PROP_EVENT_DESCRIPTION,
-                                           "NFC touch", nullptr);
-        if (result == CA_SUCCESS)
-            qCDebug(lcFeedback, "FeedbackEffect: %s through libcanberra", id.constData());
-        else
-            qCDebug(lcFeedback, "FeedbackEffect: no sound for %s: %s", id.constData(), ca_strerror(result));
-    }
+        ~Sound() { close(); }
 
-    bool open()
-    {
-        if (m_context)
+        void play(const QString& event)
+        {
+            // libcanberra opens sound files (and its drivers their files) without close-on-exec.
+            QReadLocker spawnGuard(&SpawnGuard::lock());
+            QMutexLocker locker(&mutex);
+            if (!open())
+                return;
+            const QByteArray id = event.toUtf8();
+            const int result = ca_context_play(context, 0, CA_PROP_EVENT_ID, id.constData(), CA_PROP_EVENT_DESCRIPTION,
+                                               "NFC touch", nullptr);
+            if (result == CA_SUCCESS)
+                qCDebug(lcFeedback, "FeedbackEffect: %s through libcanberra", id.constData());
+            else
+                qCDebug(lcFeedback, "FeedbackEffect: no sound for %s: %s", id.constData(), ca_strerror(result));
+        }
+
+        bool open()
+        {
+            if (context)
+                return true;
+            if (failed)
+                return false;
+            const QByteArray application = ConnUi::FeedbackEffectPrivate::applicationId().toUtf8();
+            int result = ca_context_create(&context);
+            if (result == CA_SUCCESS) {
+                ca_context_change_props(context, CA_PROP_APPLICATION_NAME, application.constData(),
+                                        CA_PROP_APPLICATION_ID, application.constData(), nullptr);
+                result = ca_context_open(context);
+            }
+            if (result != CA_SUCCESS) {
+                qCDebug(lcFeedback, "FeedbackEffect: no feedback service and no sound: %s", ca_strerror(result));
+                close();
+                failed = true;
+                return false;
+            }
+            dl_iterate_phdr(pinDriverModule, nullptr);
             return true;
-        if (m_failed)
-            return false;
-        const QByteArray application = ConnUi::FeedbackEffectPrivate::applicationId().toUtf8();
-        int result = ca_context_create(&m_context);
-        if (result == CA_SUCCESS) {
-            ca_context_change_props(m_context, CA_PROP_APPLICATION_NAME, application.constData(), CA_PROP_APPLICATION_ID,
-                                    application.constData(), nullptr);
-            result = ca_context_open(m_context);
         }
-        if (result != CA_SUCCESS) {
-            qCDebug(lcFeedback, "FeedbackEffect: no feedback service and no sound: %s", ca_strerror(result));
-            close();
-            m_failed = true;
-            return false;
-        }
-        dl_iterate_phdr(pinDriverModule, nullptr);
-        return true;
-    }
 
-    // Stops what is playing (every sound is played with id 0) and destroys the context, which waits for
-    // the playback threads.
-    void close()
-    {
-        if (m_context) {
-            ca_context_cancel(m_context, 0);
-            ca_context_destroy(m_context);
+        // Stops what is playing (every sound is played with id 0) and destroys the context, which waits
+        // for the playback threads.
+        void close()
+        {
+            if (context) {
+                ca_context_cancel(context, 0);
+                ca_context_destroy(context);
+            }
+            context = nullptr;
         }
-        m_context = nullptr;
-    }
 
-    QMutex m_mutex;
-    ca_context* m_context = nullptr;
-    bool m_failed = false;
-    // Declared last, so that it is destroyed first.
-    QThreadPool m_thread;
+        QMutex mutex;
+        ca_context* context = nullptr;
+        bool failed = false;
+        // Sounds being handed over or waiting for it.
+        QAtomicInt queued;
+    };
+
+    // How long the end of the process waits for a sound being handed over, in milliseconds.
+    static constexpr int ExitWait = 2000;
+    // Sounds being handed over or waiting for it, at most.
+    static constexpr int MaxQueued = 2;
+
+    Sound* m_sound = new Sound;
+    QThreadPool* m_thread = new QThreadPool;
+    bool m_abandoned = false;
 };
 
 Q_GLOBAL_STATIC(SoundPlayer, soundPlayer)
@@ -237,6 +274,11 @@ void FeedbackEffectPrivate::resetSound()
 void FeedbackEffectPrivate::waitForSound()
 {
     soundPlayer()->waitForDone();
+}
+
+void FeedbackEffectPrivate::closeSoundForExit()
+{
+    soundPlayer()->closeForExit();
 }
 
 void FeedbackEffectPrivate::resetFeedbackd()

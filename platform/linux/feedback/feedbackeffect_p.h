@@ -19,6 +19,9 @@ public:
     static void resetSound();
     // Returns once every sound asked for has been handed to libcanberra (they are played on a thread).
     static void waitForSound();
+    // What the end of the process does with the sound: waits a moment for the sounds asked for, then
+    // closes the sound context (or leaves it to a sound that is still being handed over).
+    static void closeSoundForExit();
     // Forgets whether feedbackd runs, so that the next touch asks the bus again, as a new process would.
     static void resetFeedbackd();
 };

@@ -68,26 +68,27 @@ bool writeFile(const QString& path, const QByteArray& contents)
 }
 
 // A sound device that takes its time to open: the file ALSA writes to is a FIFO that nobody reads
-// until read() is called, so opening it for writing blocks until then.
+// until read() is called, so opening it for writing blocks until then. It is read until the given
+// number of sounds has arrived.
 class SlowSoundDevice
 {
 public:
-    explicit SlowSoundDevice(const QString& path) : m_path(path)
+    // The reader comes after readerLatest milliseconds at the latest, so that a play() that waits for
+    // it cannot hang the test.
+    explicit SlowSoundDevice(const QString& path, int sounds = 1, int readerLatest = 2000) : m_path(path)
     {
         m_valid = ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0;
         if (!m_valid)
             return;
-        // The reader comes after two seconds at the latest, so that a play() that waits for it cannot
-        // hang the test.
-        m_reader = std::thread([this] {
-            for (int i = 0; i < 200 && !m_readNow; ++i)
+        m_reader = std::thread([this, sounds, readerLatest] {
+            for (int waited = 0; waited < readerLatest && !m_readNow; waited += 10)
                 std::this_thread::sleep_for(std::chrono::milliseconds(10));
             const int fd = ::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_NONBLOCK);
             if (fd < 0)
                 return;
             QElapsedTimer timer;
             timer.start();
-            while (m_heard.size() < soundFrames * 2 && timer.elapsed() < 10000) {
+            while (m_heard.size() < soundFrames * 2 * sounds && timer.elapsed() < 10000) {
                 pollfd readable{fd, POLLIN, 0};
                 if (::poll(&readable, 1, 100) <= 0)
                     continue;
@@ -108,8 +109,7 @@ public:
     }
     bool isValid() const { return m_valid; }
 
-    // Starts reading, and returns what was written once a whole sound has arrived (or after ten
-    // seconds).
+    // Starts reading, and returns what was written once the sounds have arrived (or after ten seconds).
     QByteArray read()
     {
         m_readNow = true;
@@ -150,6 +150,8 @@ private Q_SLOTS:
     void touchPlaysTheEventSoundWithoutFeedbackd();
     void soundDeviceIsOpenedOffTheEventLoop();
     void soundBeingHandedOverHoldsProgramSpawnsBack();
+    void touchesWhileTheSoundSystemTakesItsTimeAreSilent();
+    void aSoundDeviceThatBlocksDoesNotHoldUpTheExit();
     void touchIsSilentWithoutFeedbackdOrSound();
     void soundSystemThatFailsIsNotTriedAgain();
     void closingTheSoundWhilePlayingIsSafe();
@@ -399,6 +401,42 @@ void tst_FeedbackEffect::soundBeingHandedOverHoldsProgramSpawnsBack()
     QCOMPARE(device.read().size(), soundFrames * 2);
     FeedbackEffectPrivate::waitForSound();
     QVERIFY(!spawnWouldWait());
+}
+
+void tst_FeedbackEffect::touchesWhileTheSoundSystemTakesItsTimeAreSilent()
+{
+    // One sound is being handed over (its device blocks) and one more waits: the touches after those
+    // play nothing instead of queueing up behind them.
+    SlowSoundDevice device(soundOutput(), 2);
+    QVERIFY(device.isValid());
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    QTest::ignoreMessage(QtDebugMsg,
+                         "FeedbackEffect: no sound for device-added: the sound system is still taking the last ones");
+    QTest::ignoreMessage(QtDebugMsg,
+                         "FeedbackEffect: no sound for device-added: the sound system is still taking the last ones");
+    for (int touch = 0; touch < 4; ++touch)
+        FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QCOMPARE(device.read().size(), soundFrames * 2 * 2);
+    FeedbackEffectPrivate::waitForSound();
+}
+
+void tst_FeedbackEffect::aSoundDeviceThatBlocksDoesNotHoldUpTheExit()
+{
+    SlowSoundDevice device(soundOutput(), 1, 10000);
+    QVERIFY(device.isValid());
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTest::ignoreMessage(QtWarningMsg, "FeedbackEffect: the sound system has not taken a sound for 2000 ms; "
+                                       "not waiting for it at exit");
+    QElapsedTimer timer;
+    timer.start();
+    FeedbackEffectPrivate::closeSoundForExit();
+    const qint64 closedAfter = timer.elapsed();
+    QVERIFY2(closedAfter < 4000, qPrintable(QStringLiteral("the exit waited %1 ms").arg(closedAfter)));
+    // The sound left behind still arrives when the device opens.
+    QCOMPARE(device.read().size(), soundFrames * 2);
+    FeedbackEffectPrivate::resetSound();
 }
 
 void tst_FeedbackEffect::touchIsSilentWithoutFeedbackdOrSound()
