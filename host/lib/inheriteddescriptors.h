@@ -8,11 +8,11 @@
 
 namespace Host {
 
-inline void closeInheritedDescriptorsOnExec()
+// True when done. One system call for all of them (Linux 5.11 and later). Where it fails the
+// descriptors stay as they are, and the plugins fork to start programs, closing them in the new process.
+inline bool closeInheritedDescriptorsOnExec()
 {
-    // One system call for all of them (Linux 5.11 and later). Where it fails the descriptors stay as
-    // they are, and the plugins fork to start programs, closing them in the new process.
-    ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+    return ::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0;
 }
 
 } // namespace Host

@@ -662,7 +662,7 @@ void TestContentAction::programIsSpawnedByTheDialogServerItself()
 {
     // Without a descriptor a program could inherit, it is spawned without forking the dialog server
     // (and without an intermediate process that would leave it to init).
-    Host::closeInheritedDescriptorsOnExec();
+    QVERIFY2(Host::closeInheritedDescriptorsOnExec(), "needs close_range() with CLOSE_RANGE_CLOEXEC (Linux 5.11)");
     const QStringList description = describeStartedProgram();
     QCOMPARE(valueOf(description, QStringLiteral("ppid")), QString::number(QCoreApplication::applicationPid()));
 }
@@ -672,7 +672,7 @@ void TestContentAction::programInheritsNoDescriptorOfTheDialogServer()
     const QString inherited = m_root.filePath(QStringLiteral("files/inheritable"));
     const QString closed = m_root.filePath(QStringLiteral("files/closed-on-exec"));
     QVERIFY(writeFile(inherited, "x") && writeFile(closed, "x"));
-    Host::closeInheritedDescriptorsOnExec();
+    QVERIFY2(Host::closeInheritedDescriptorsOnExec(), "needs close_range() with CLOSE_RANGE_CLOEXEC (Linux 5.11)");
     const int closedFd = ::open(QFile::encodeName(closed).constData(), O_RDONLY | O_CLOEXEC);
     QVERIFY(closedFd >= 0);
     const auto closeClosed = qScopeGuard([closedFd] { ::close(closedFd); });
@@ -698,7 +698,7 @@ void TestContentAction::programStartedWhileASoundIsHandedOverIsForked()
     // moment, so a program started meanwhile is not spawned with the descriptors left open: after a
     // short wait it is started the forking way, through an intermediate process that leaves it to
     // another parent, and every descriptor is closed in the copy.
-    Host::closeInheritedDescriptorsOnExec();
+    QVERIFY2(Host::closeInheritedDescriptorsOnExec(), "needs close_range() with CLOSE_RANGE_CLOEXEC (Linux 5.11)");
     QReadLocker soundBeingHandedOver(&SpawnGuard::lock());
     const QStringList description = describeStartedProgram();
     QVERIFY2(!description.isEmpty(), "the program did not start");
@@ -707,7 +707,7 @@ void TestContentAction::programStartedWhileASoundIsHandedOverIsForked()
 
 void TestContentAction::spawnedProgramIsReapedWhenItEnds()
 {
-    Host::closeInheritedDescriptorsOnExec();
+    QVERIFY2(Host::closeInheritedDescriptorsOnExec(), "needs close_range() with CLOSE_RANGE_CLOEXEC (Linux 5.11)");
     const QStringList description = describeStartedProgram();
     QCOMPARE(valueOf(description, QStringLiteral("ppid")), QString::number(QCoreApplication::applicationPid()));
     const QString pid = valueOf(description, QStringLiteral("pid"));
