@@ -15,6 +15,7 @@
 #include <link.h>
 
 #include <cstring>
+#include <memory>
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -73,15 +74,16 @@ public:
     ~SoundPlayer()
     {
         qRemovePostRoutine(closeSoundAtExit);
-        if (m_abandoned || !m_thread->waitForDone(ExitWait))
-            return;
-        delete m_thread;
-        delete m_sound;
+        if (m_abandoned || !m_thread->waitForDone(ExitWait)) {
+            // The thread may still use both; the end of the process takes them.
+            m_thread.release();
+            m_sound.release();
+        }
     }
 
     void playLater(const QString& event)
     {
-        Sound* sound = m_sound;
+        Sound* sound = m_sound.get();
         if (sound->queued.fetchAndAddOrdered(1) >= MaxQueued) {
             sound->queued.fetchAndSubOrdered(1);
             qCDebug(lcFeedback, "FeedbackEffect: no sound for %s: the sound system is still taking the last ones",
@@ -187,8 +189,9 @@ private:
     // Sounds being handed over or waiting for it, at most.
     static constexpr int MaxQueued = 2;
 
-    Sound* m_sound = new Sound;
-    QThreadPool* m_thread = new QThreadPool;
+    std::unique_ptr<Sound> m_sound = std::make_unique<Sound>();
+    // Destroyed first.
+    std::unique_ptr<QThreadPool> m_thread = std::make_unique<QThreadPool>();
     bool m_abandoned = false;
 };
 
