@@ -92,9 +92,31 @@ private:
         return run.buses.size() == 2 && run.command > 0;
     }
 
+    // The folders of the scripts in the temporary directory, sorted by name.
     QStringList leftovers() const
     {
-        return QDir(m_tmp.path()).entryList({QStringLiteral("nfcui-*")}, QDir::Dirs | QDir::NoDotAndDotDot);
+        QStringList found =
+            QDir(m_tmp.path()).entryList({QStringLiteral("nfcui-*")}, QDir::Dirs | QDir::NoDotAndDotDot);
+        found.sort();
+        return found;
+    }
+
+    // Runs scripts/isolated once with a command that does nothing; true when it and its buses ended.
+    bool runIsolatedOnce()
+    {
+        ScriptRun run;
+        return startScript(run, QStringLiteral("isolated"), QStringLiteral("exit 0"))
+            && run.process.waitForFinished(10000) && run.process.exitCode() == 0 && allGone(run.buses, 5000);
+    }
+
+    // Makes a folder, as a run would, that nobody has touched for an hour.
+    bool makeOldFolder(const QString& name) const
+    {
+        const QDir tmp(m_tmp.path());
+        const time_t hourAgo = time(nullptr) - 3600;
+        const utimbuf times{hourAgo, hourAgo};
+        return tmp.mkpath(name + QStringLiteral("/home"))
+            && ::utime(QFile::encodeName(tmp.filePath(name)).constData(), &times) == 0;
     }
 
     QTemporaryDir m_tmp;
@@ -183,25 +205,15 @@ private Q_SLOTS:
     {
         const QStringList old{QStringLiteral("nfcui-buses.ownerless-old"), QStringLiteral("nfcui-test.ownerless-old")};
         const QStringList young{QStringLiteral("nfcui-buses.ownerless-new"), QStringLiteral("nfcui-test.ownerless-new")};
-        const QDir tmp(m_tmp.path());
-        for (const QString& dir : old + young)
-            QVERIFY(tmp.mkpath(dir + QStringLiteral("/home")));
-        for (const QString& dir : old) {
-            const time_t hourAgo = time(nullptr) - 3600;
-            const utimbuf times{hourAgo, hourAgo};
-            QVERIFY(::utime(QFile::encodeName(tmp.filePath(dir)).constData(), &times) == 0);
-        }
+        for (const QString& dir : old)
+            QVERIFY(makeOldFolder(dir));
+        for (const QString& dir : young)
+            QVERIFY(QDir(m_tmp.path()).mkpath(dir + QStringLiteral("/home")));
 
-        ScriptRun run;
-        QVERIFY(startScript(run, QStringLiteral("isolated"), QStringLiteral("exit 0")));
-        QVERIFY(run.process.waitForFinished(10000));
-        QCOMPARE(run.process.exitCode(), 0);
-        QVERIFY(allGone(run.buses, 5000));
-        QStringList left = leftovers();
-        left.sort();
+        QVERIFY(runIsolatedOnce());
         QStringList expected = young;
         expected.sort();
-        QCOMPARE(left, expected);
+        QCOMPARE(leftovers(), expected);
     }
 
     void anotherUsersDirectoriesAreLeftAlone()
@@ -209,26 +221,15 @@ private Q_SLOTS:
         if (::geteuid() != 0)
             QSKIP("giving a folder to another user needs root");
         const QStringList theirs{QStringLiteral("nfcui-buses.theirs"), QStringLiteral("nfcui-test.theirs")};
-        const QDir tmp(m_tmp.path());
         for (const QString& dir : theirs) {
-            QVERIFY(tmp.mkpath(dir + QStringLiteral("/home")));
-            const QByteArray path = QFile::encodeName(tmp.filePath(dir));
-            QVERIFY(::chown(path.constData(), 65534, 65534) == 0);
-            const time_t hourAgo = time(nullptr) - 3600;
-            const utimbuf times{hourAgo, hourAgo};
-            QVERIFY(::utime(path.constData(), &times) == 0);
+            QVERIFY(makeOldFolder(dir));
+            QVERIFY(::chown(QFile::encodeName(QDir(m_tmp.path()).filePath(dir)).constData(), 65534, 65534) == 0);
         }
 
-        ScriptRun run;
-        QVERIFY(startScript(run, QStringLiteral("isolated"), QStringLiteral("exit 0")));
-        QVERIFY(run.process.waitForFinished(10000));
-        QCOMPARE(run.process.exitCode(), 0);
-        QVERIFY(allGone(run.buses, 5000));
-        QStringList left = leftovers();
-        left.sort();
+        QVERIFY(runIsolatedOnce());
         QStringList expected = theirs;
         expected.sort();
-        QCOMPARE(left, expected);
+        QCOMPARE(leftovers(), expected);
     }
 };
 
