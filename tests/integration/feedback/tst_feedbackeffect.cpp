@@ -159,6 +159,8 @@ private Q_SLOTS:
 private:
     QString soundOutput() const { return m_dir.filePath(QStringLiteral("sound.raw")); }
     QStringList triggeredEvents() const;
+    // Starts feedbackd and makes one touch, which it takes.
+    void startFeedbackdAndTouchOnce();
 
     QTemporaryDir m_dir;
     std::unique_ptr<MockService> m_feedbackd;
@@ -201,6 +203,15 @@ void tst_FeedbackEffect::init()
 void tst_FeedbackEffect::cleanup()
 {
     m_feedbackd.reset();
+}
+
+void tst_FeedbackEffect::startFeedbackdAndTouchOnce()
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    MockSuite::startOnPrivateBus(*m_feedbackd);
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(triggeredEvents().size(), 1);
 }
 
 QStringList tst_FeedbackEffect::triggeredEvents() const
@@ -276,11 +287,9 @@ void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
 // rule's removal to each of them; asking the bus on each touch, an owner lookup.
 void tst_FeedbackEffect::laterTouchesAskTheBusNothing()
 {
-    m_feedbackd = PhoneMocks::feedbackd();
-    MockSuite::startOnPrivateBus(*m_feedbackd);
-    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
-    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
-    QTRY_COMPARE(triggeredEvents().size(), 1);
+    startFeedbackdAndTouchOnce();
+    if (QTest::currentTestFailed())
+        return;
 
     BusCallMonitor monitor;
     QVERIFY2(monitor.start(), "dbus-monitor is needed");
@@ -313,11 +322,9 @@ void tst_FeedbackEffect::feedbackdStartedLaterTakesTheNextTouches()
 
 void tst_FeedbackEffect::feedbackdGoneIsNotCalledAnyMore()
 {
-    m_feedbackd = PhoneMocks::feedbackd();
-    MockSuite::startOnPrivateBus(*m_feedbackd);
-    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
-    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
-    QTRY_COMPARE(triggeredEvents().size(), 1);
+    startFeedbackdAndTouchOnce();
+    if (QTest::currentTestFailed())
+        return;
     m_feedbackd->stop();
 
     // Touches made before the departure is reported still go to feedbackd's name, are refused by the
