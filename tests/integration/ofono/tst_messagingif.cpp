@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include "messagingif.h"
+#include "offlinemode.h"
 #include "contentaction.h"
 #include "mocksuite.h"
 #include "ofonocontrol.h"
@@ -28,6 +29,8 @@ private Q_SLOTS:
     void editorWithoutSmsApplicationFailsWithAWarning();
     void editorOpensTheSmsUri_data();
     void editorOpensTheSmsUri();
+    // Last: it leaves oFono stopped.
+    void hungOfonoHoldsUpOnlyTheFirstOfATagsQuestions();
 
 private:
     QTemporaryDir m_dir;
@@ -127,6 +130,39 @@ void tst_MessagingIf::editorOpensTheSmsUri()
     QVERIFY(messaging.showSmsEditor(recipients, body, QString()));
     QTRY_COMPARE(m_handlers->opened(QStringLiteral("sms")).size(), before + 1);
     QCOMPARE(m_handlers->opened(QStringLiteral("sms")).last(), uri);
+}
+
+void tst_MessagingIf::hungOfonoHoldsUpOnlyTheFirstOfATagsQuestions()
+{
+    // An sms: tag asks for the offline mode and then sends a message per recipient; each asks oFono for
+    // its modems.
+    QVERIFY2(m_ofono->addMethod(QStringLiteral("/"), QStringLiteral("org.ofono.Manager"), QStringLiteral("GetModems"),
+                                QString(), QStringLiteral("a(oa{sv})"), QStringLiteral("time.sleep(30)")),
+             qPrintable(m_ofono->lastError()));
+    ConnUi::OfflineMode mode;
+    MessagingIf messaging;
+    QTest::ignoreMessage(QtWarningMsg,
+                         "oFono: GetModems got no answer within 5000 ms; oFono is not asked again for 5000 ms");
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(mode.currentStatus(), int(ConnUi::OfflineMode::Unknown));
+    const qint64 first = timer.elapsed();
+    // The budget's timer is coarse: it may end up to 5% early.
+    QVERIFY2(first >= 4500 && first < 25000, qPrintable(QString::number(first)));
+
+    timer.restart();
+    for (int recipient = 0; recipient < 3; ++recipient) {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("no modem to send text messages")));
+        QVERIFY(!messaging.sendSMS(QStringLiteral("123"), QStringLiteral("body"), true));
+    }
+    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+
+    // Once the pause is over, oFono is asked again: a restarted one is found.
+    m_ofono->stop();
+    QVERIFY2(m_ofono->start(), qPrintable(m_ofono->lastError()));
+    QTest::qWait(5000 - int(timer.elapsed()) + 100);
+    QVERIFY(mode.currentStatus() != int(ConnUi::OfflineMode::Unknown));
+    m_ofono->stop();
 }
 
 QTEST_GUILESS_MAIN(tst_MessagingIf)
