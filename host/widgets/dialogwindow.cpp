@@ -5,6 +5,7 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QImageReader>
@@ -170,6 +171,22 @@ void DialogWindow::addButton(const QString& text, int result)
     m_buttonRow->layout()->addWidget(button);
     m_buttons.insert(result, button);
     connect(button, &QPushButton::clicked, this, [this, result]() { finish(result); });
+}
+
+void DialogWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_buttons.contains(ConnUi::Dialog::Cancel))
+        finish(ConnUi::Dialog::Cancel);
+    else if (m_buttons.contains(ConnUi::Dialog::No))
+        finish(ConnUi::Dialog::No);
+    else if (m_buttons.size() == 1)
+        finish(m_buttons.firstKey());
+    else if (m_dialog && m_dialog->isVisible()) {
+        // Only positive answers: the window stays until one is given.
+        event->ignore();
+        return;
+    }
+    QWidget::closeEvent(event);
 }
 
 void DialogWindow::finish(int result)

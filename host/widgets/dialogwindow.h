@@ -43,6 +43,12 @@ public:
     // A file name for a screenshot: "<id>-<class>[-<kind>].png".
     QString screenshotName() const;
 
+protected:
+    // Closing the window (its close button, the window manager) dismisses the dialog like its negative
+    // answer: Cancel where it has one, else No, else its only answer (the error dialog's OK). A dialog
+    // with positive answers only keeps its window open.
+    void closeEvent(QCloseEvent* event) override;
+
 private Q_SLOTS:
     void finish(int result);
 

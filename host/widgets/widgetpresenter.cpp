@@ -3,6 +3,7 @@
 #include "hostlogging.h"
 
 #include <QDir>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QLayout>
 #include <QPixmap>
@@ -19,6 +20,9 @@ WidgetPresenter::WidgetPresenter(bool showWindows, QObject* parent)
     m_status->setMargin(8);
     //% "Touch a tag or a device"
     m_status->setText(qtTrId("nfcui_host_status_idle"));
+    // The dialog server outlives its windows: closing the status line or the last dialog's window must
+    // not end it.
+    QGuiApplication::setQuitOnLastWindowClosed(false);
 }
 
 WidgetPresenter::~WidgetPresenter()

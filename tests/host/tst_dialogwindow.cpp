@@ -270,6 +270,55 @@ private Q_SLOTS:
         QCOMPARE(dialog.result(), int(ConnUi::Dialog::Ok));
     }
 
+    void closingTheWindowCancelsTheDialog()
+    {
+        ConnUi::NfcPairingDialog dialog(0);
+        auto window = windowFor(&dialog);
+        QSignalSpy rejected(&dialog, &ConnUi::Dialog::rejected);
+        QVERIFY(window->close());
+        QCOMPARE(dialog.result(), int(ConnUi::Dialog::Cancel));
+        QCOMPARE(rejected.count(), 1);
+    }
+
+    void closingTheOfflineQuestionsWindowAnswersNo()
+    {
+        ConnUi::MessageBox box(QString(), QString(), ConnUi::Dialog::Yes | ConnUi::Dialog::No);
+        auto window = windowFor(&box);
+        QVERIFY(window->close());
+        QCOMPARE(box.result(), int(ConnUi::Dialog::No));
+    }
+
+    void closingTheErrorDialogsWindowGivesItsOnlyAnswer()
+    {
+        ConnUi::NfcTagNotSupportedDialog dialog(ConnUi::NfcTagNotSupportedDialog::EmptyTag);
+        auto window = windowFor(&dialog);
+        QSignalSpy finished(&dialog, &ConnUi::Dialog::finished);
+        QVERIFY(window->close());
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(dialog.result(), int(ConnUi::Dialog::Ok));
+    }
+
+    void aDialogWithOnlyPositiveAnswersKeepsItsWindowOpen()
+    {
+        ConnUi::MessageBox box(QString(), QString(), ConnUi::Dialog::Yes | ConnUi::Dialog::Ok);
+        auto window = windowFor(&box);
+        QSignalSpy finished(&box, &ConnUi::Dialog::finished);
+        QVERIFY(!window->close());
+        QVERIFY(window->isVisible());
+        QCOMPARE(finished.count(), 0);
+    }
+
+    void closingAFinishedDialogsWindowAnswersNothingMore()
+    {
+        ConnUi::NfcPairingDialog dialog(0);
+        auto window = windowFor(&dialog);
+        QCOMPARE(click(window.get(), ConnUi::Dialog::Ok), int(ConnUi::Dialog::Ok));
+        QSignalSpy finished(&dialog, &ConnUi::Dialog::finished);
+        QVERIFY(window->close());
+        QCOMPARE(finished.count(), 0);
+        QCOMPARE(dialog.result(), int(ConnUi::Dialog::Ok));
+    }
+
     void withFinnishTextsTheWindowIsInFinnish()
     {
         QTranslator finnish;

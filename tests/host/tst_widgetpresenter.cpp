@@ -1,6 +1,7 @@
 // The Qt Widgets presenter on a dialog server, offscreen: a window per dialog that goes with the dialog,
 // screenshots as dialogs appear, and indications in the status line.
 #include <QtTest>
+#include <QTimer>
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -50,6 +51,29 @@ private Q_SLOTS:
         QTRY_VERIFY(window.isNull());
         server.closeDialog(second);
         QVERIFY(presenter.windowIds().isEmpty());
+        server.removePresenter(&presenter);
+    }
+
+    void closingTheLastWindowLeavesTheServerRunning()
+    {
+        Host::WidgetPresenter presenter;
+        Host::DialogServer server;
+        server.addPresenter(&presenter);
+        QPointer<ConnUi::Dialog> dialog = new ConnUi::NfcPairingDialog(0x240404);
+        server.showDialog(dialog);
+        QTRY_VERIFY(presenter.window(QStringLiteral("1")) && presenter.window(QStringLiteral("1"))->isVisible());
+        // The window closed as a window manager closes it, with the dialog server's event loop running.
+        bool stillRunning = false;
+        QTimer::singleShot(0, presenter.window(QStringLiteral("1")), &QWidget::close);
+        QTimer::singleShot(300, [&stillRunning] {
+            stillRunning = true;
+            QCoreApplication::quit();
+        });
+        QCoreApplication::exec();
+        QVERIFY(stillRunning);
+        QVERIFY(dialog);
+        QCOMPARE(dialog->result(), int(ConnUi::Dialog::Cancel));
+        QTRY_VERIFY(presenter.windowIds().isEmpty());
         server.removePresenter(&presenter);
     }
 
