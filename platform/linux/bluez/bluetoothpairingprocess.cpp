@@ -5,7 +5,8 @@
 //
 // error() is the BlueZ error name of a failed pairing, unchanged, because the plugin hands it on to the
 // NFC daemon. A pairing that does not finish in time is cancelled with CancelDeviceCreation and fails
-// with org.bluez.Error.AuthenticationTimeout; the request never waits on BlueZ without end.
+// with org.bluez.Error.AuthenticationTimeout; the request never waits on BlueZ without end. Once the
+// device is paired, the timeout ends the process as a success: trust and connection are extras.
 #include "bluetoothpairingprocess.h"
 #include "bluetoothconnectionmanager.h"
 #include "bluetoothdevice.h"
@@ -125,6 +126,7 @@ void BluetoothPairingProcessPrivate::createPairedDevice(const QString& adapter)
 void BluetoothPairingProcessPrivate::paired(const QString& devicePath)
 {
     qCDebug(lcBluez, "BluetoothPairingProcess: %s paired as %s", qUtf8Printable(address), qUtf8Printable(devicePath));
+    isPaired = true;
     closeConnection();
     if (!autoTrusted || devicePath.isEmpty()) {
         trusted();
@@ -187,6 +189,13 @@ void BluetoothPairingProcessPrivate::timedOut()
 {
     if (!running)
         return;
+    if (isPaired) {
+        // The pairing worked; only making the device trusted or connecting it is still under way.
+        qCWarning(lcBluez, "BluetoothPairingProcess: %s is paired, but making it trusted or connecting it took "
+                  "longer than %d ms; not waited for", qUtf8Printable(address), timeoutMs());
+        finish(QString());
+        return;
+    }
     qCWarning(lcBluez, "BluetoothPairingProcess: pairing with %s took longer than %d ms; cancelled",
               qUtf8Printable(address), timeoutMs());
     cancelInBluez();
@@ -260,6 +269,7 @@ void BluetoothPairingProcess::start(const BluetoothDevice& device)
         return;
     }
     d->running = true;
+    d->isPaired = false;
     d->error.clear();
     d->address = device.address().toUpper();
     d->adapterPath.clear();

@@ -48,6 +48,8 @@ public:
     QString deviceName;
     QString error;
     bool running = false;
+    // The device is paired; what is left (trust, connection) cannot make the pairing fail any more.
+    bool isPaired = false;
     QString connectionName;
     std::unique_ptr<BluezPairingAgent> agent;
     std::unique_ptr<BluetoothConnectionManager> connectionManager;

@@ -98,6 +98,7 @@ private Q_SLOTS:
     void failureShowsABannerWhenAsked();
     void failureShowsNoBannerUnlessAsked();
     void hangingPairingIsCancelledAfterTheTimeout();
+    void trustTakingLongerThanTheTimeoutLeavesThePairingSuccessful();
     void deletedDuringPairingCancelsItInBluez();
     void withoutBluezThePairingFailsAtOnce();
 
@@ -300,6 +301,31 @@ void tst_BluetoothPairingProcess::hangingPairingIsCancelledAfterTheTimeout()
     // Nothing more arrives afterwards.
     QTest::qWait(300);
     QCOMPARE(finished.size(), 1);
+}
+
+void tst_BluetoothPairingProcess::trustTakingLongerThanTheTimeoutLeavesThePairingSuccessful()
+{
+    BluetoothPairingProcessPrivate::setTimeoutMs(1000);
+    QVERIFY(BluezControl::addDevice(*m_bluez, address, {{QStringLiteral("Paired"), true}}));
+    QVERIFY2(m_bluez->addMethod(PhoneMocks::bluezDevicePath(address), QStringLiteral("org.bluez.Device"),
+                                QStringLiteral("SetProperty"), QStringLiteral("sv"), QString(),
+                                QStringLiteral("time.sleep(2)")),
+             qPrintable(m_bluez->lastError()));
+    BluetoothPairingProcess pairing;
+    pairing.setAutoTrusted(true);
+    pairing.setErrorNotification(true);
+    QSignalSpy finished(&pairing, &BluetoothPairingProcess::finished);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("is paired, but making it trusted or "
+                                                                         "connecting it took longer than 1000 ms")));
+    pairing.start(deviceWithAddress(address));
+    QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 10000);
+    QCOMPARE(pairing.error(), QString());
+    // Nothing is cancelled in BlueZ, and the late answer to SetProperty changes nothing.
+    QTest::qWait(1500);
+    QCOMPARE(finished.size(), 1);
+    QVERIFY(!PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezAdapterPath())
+                 .contains(QStringLiteral("CancelDeviceCreation")));
+    QCOMPARE(pairing.error(), QString());
 }
 
 void tst_BluetoothPairingProcess::deletedDuringPairingCancelsItInBluez()
