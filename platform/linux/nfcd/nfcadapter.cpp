@@ -14,6 +14,7 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
+#include <QDeadlineTimer>
 
 namespace {
 // Replies at start-up are waited for; a daemon that does not answer within this is taken as absent.
@@ -42,16 +43,25 @@ void NfcAdapterPrivate::readInitialState()
 {
     if (!manager || !bus.interface()->isServiceRegistered(QLatin1String(Nfcd::ServiceName)))
         return;
+    // The two questions share the time.
+    const QDeadlineTimer deadline(StartupTimeoutMs);
     manager->setTimeout(StartupTimeoutMs);
     QDBusPendingReply<QDBusObjectPath> reply = manager->DefaultAdapter();
     reply.waitForFinished();
     manager->setTimeout(-1);
     if (reply.isError()) {
+        if (reply.error().type() == QDBusError::NoReply) {
+            // A daemon that is busy or stopped for a while: its answer is taken whenever it comes.
+            qCWarning(lcNfcd, "NfcAdapter: the NFC daemon did not name its default adapter within %d ms; "
+                      "asking again without waiting", StartupTimeoutMs);
+            queryDefaultAdapter();
+            return;
+        }
         qCInfo(lcNfcd, "NfcAdapter: no default adapter: %s", qPrintable(reply.error().message()));
         return;
     }
     useAdapter(reply.value());
-    adapter->setTimeout(StartupTimeoutMs);
+    adapter->setTimeout(int(qBound<qint64>(1, deadline.remainingTime(), StartupTimeoutMs)));
     QDBusPendingReply<QVariantMap> properties = adapter->GetProperties();
     properties.waitForFinished();
     adapter->setTimeout(-1);
@@ -75,6 +85,13 @@ void NfcAdapterPrivate::queryDefaultAdapter()
         if (asked != generation)
             return;
         if (reply.isError()) {
+            if (reply.error().type() == QDBusError::NoReply) {
+                // Not answering (yet): asked again, one call at a time. A daemon that is gone makes the
+                // next call fail at once, as nobody owns the name.
+                qCInfo(lcNfcd, "NfcAdapter: the NFC daemon has not named its default adapter yet; asking again");
+                queryDefaultAdapter();
+                return;
+            }
             qCInfo(lcNfcd, "NfcAdapter: no default adapter: %s", qPrintable(reply.error().message()));
             return;
         }

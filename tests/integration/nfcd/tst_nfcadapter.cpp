@@ -7,6 +7,8 @@
 #include <QDBusVariant>
 #include <QProcess>
 
+#include <csignal>
+
 #include "nfcadapter.h"
 #include "nfcagent.h"
 #include "nfcdnames.h"
@@ -110,6 +112,23 @@ private Q_SLOTS:
         daemon.kill();
         QTRY_COMPARE(invalid.count(), 1);
         QVERIFY(!adapter->isValid());
+    }
+
+    void aDaemonStoppedAtCreationIsTakenOnceItAnswers()
+    {
+        DaemonProcess daemon;
+        QVERIFY2(daemon.start(), qPrintable(daemon.error()));
+        const pid_t pid = pid_t(daemon.process()->processId());
+        QCOMPARE(::kill(pid, SIGSTOP), 0);
+        QTest::ignoreMessage(QtWarningMsg, "NfcAdapter: the NFC daemon did not name its default adapter within "
+                                           "5000 ms; asking again without waiting");
+        std::unique_ptr<NfcAdapter> adapter(NfcAdapter::defaultAdapter());
+        QSignalSpy valid(adapter.get(), SIGNAL(adapterValid()));
+        QVERIFY(!adapter->isValid());
+        QCOMPARE(::kill(pid, SIGCONT), 0);
+        QTRY_COMPARE(valid.count(), 1);
+        QVERIFY(adapter->isValid());
+        QVERIFY(adapter->isConfirmationEnabled());
     }
 
     void confirmationIsReadAgainAfterARestart()
