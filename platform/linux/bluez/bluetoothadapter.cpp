@@ -41,6 +41,10 @@ void BluetoothAdapterPrivate::follow(const QString& newPath)
                          if (name == QLatin1String("Powered"))
                              setPowered(value.variant().toBool(), true);
                      });
+    if (Bluez::pause().skips("Adapter.GetProperties")) {
+        setPowered(false, false);
+        return;
+    }
     const QDeadlineTimer deadline = BusDeadline::start();
     adapter->setTimeout(BusDeadline::timeoutMs(deadline));
     QDBusPendingReply<QVariantMap> properties = adapter->GetProperties();
@@ -48,6 +52,7 @@ void BluetoothAdapterPrivate::follow(const QString& newPath)
     if (properties.isError()) {
         qCWarning(lcBluez, "BluetoothAdapter: properties of %s cannot be read: %s", qUtf8Printable(path),
                   qUtf8Printable(properties.error().name()));
+        Bluez::pause().noteFailure("Adapter.GetProperties", properties.error(), deadline);
         setPowered(false, false);
         return;
     }
@@ -135,12 +140,14 @@ BluetoothDevice BluetoothAdapter::deviceForAddress(const QString& address) const
 
 QList<BluetoothDevice> BluetoothAdapter::listDevices() const
 {
-    if (!d->valid)
+    if (!d->valid || Bluez::pause().skips("ListDevices"))
         return {};
     const QDeadlineTimer deadline = BusDeadline::start();
     d->adapter->setTimeout(BusDeadline::timeoutMs(deadline));
     QDBusPendingReply<QList<QDBusObjectPath>> listed = d->adapter->ListDevices();
     listed.waitForFinished();
+    if (listed.isError())
+        Bluez::pause().noteFailure("ListDevices", listed.error(), deadline);
     QStringList paths;
     if (!listed.isError()) {
         for (const QDBusObjectPath& path : listed.value())
@@ -152,6 +159,8 @@ QList<BluetoothDevice> BluetoothAdapter::listDevices() const
         properties.waitForFinished();
         if (!properties.isError())
             paths = Bluez::plainProperties(properties.value()).value(QStringLiteral("Devices")).toStringList();
+        else
+            Bluez::pause().noteFailure("Adapter.GetProperties", properties.error(), deadline);
     } else {
         qCWarning(lcBluez, "BluetoothAdapter: devices of %s cannot be listed: %s", qUtf8Printable(d->path),
                   qUtf8Printable(listed.error().name()));

@@ -192,7 +192,7 @@ bool BluetoothConnectionManager::isAudioConnected() const
     if (path.isEmpty())
         return false;
     for (const QString& interface : BluetoothConnectionManagerPrivate::audioInterfaces()) {
-        if (deadline.hasExpired())
+        if (deadline.hasExpired() || Bluez::pause().skips("audio GetProperties"))
             break;
         QDBusPendingReply<QVariantMap> properties = audioProperties(interface, path, BusDeadline::timeoutMs(deadline));
         properties.waitForFinished();
@@ -200,6 +200,7 @@ bool BluetoothConnectionManager::isAudioConnected() const
             const QString state = stateOf(properties.value());
             return state == QLatin1String("connected") || state == QLatin1String("playing");
         }
+        Bluez::pause().noteFailure("audio GetProperties", properties.error(), deadline);
         if (!Bluez::isMissingInterface(properties.error()))
             break;
     }

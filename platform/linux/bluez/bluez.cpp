@@ -79,8 +79,16 @@ QMap<QString, QVariant> plainProperties(const QMap<QString, QVariant>& propertie
     return plain;
 }
 
+ServicePause& pause()
+{
+    static ServicePause bluez("BlueZ", lcBluez);
+    return bluez;
+}
+
 QString defaultAdapterPath(const QDBusConnection& bus, const QDeadlineTimer& deadline)
 {
+    if (pause().skips("DefaultAdapter"))
+        return QString();
     BluezManagerProxy manager(service, managerPath, bus);
     manager.setTimeout(BusDeadline::timeoutMs(deadline));
     QDBusPendingReply<QDBusObjectPath> adapter = manager.DefaultAdapter();
@@ -89,6 +97,7 @@ QString defaultAdapterPath(const QDBusConnection& bus, const QDeadlineTimer& dea
         return adapter.value().path();
 
     const QDBusError error = adapter.error();
+    pause().noteFailure("DefaultAdapter", error, deadline);
     if (isMissingInterface(error)) {
         reportOnce(QStringLiteral("bluez5"),
                    "Bluetooth: BlueZ does not offer org.bluez.Manager; Bluetooth handover needs the BlueZ 4 "
@@ -108,7 +117,7 @@ QString defaultAdapterPath(const QDBusConnection& bus, const QDeadlineTimer& dea
 QString findDevicePath(const QDBusConnection& bus, const QString& adapterPath, const QString& address,
                        const QDeadlineTimer& deadline)
 {
-    if (adapterPath.isEmpty() || address.isEmpty() || deadline.hasExpired())
+    if (adapterPath.isEmpty() || address.isEmpty() || deadline.hasExpired() || pause().skips("FindDevice"))
         return QString();
     BluezAdapterProxy adapter(service, adapterPath, bus);
     adapter.setTimeout(BusDeadline::timeoutMs(deadline));
@@ -116,6 +125,7 @@ QString findDevicePath(const QDBusConnection& bus, const QString& adapterPath, c
     device.waitForFinished();
     if (device.isError()) {
         qCDebug(lcBluez, "Bluetooth: no device %s: %s", qUtf8Printable(address), qUtf8Printable(device.error().name()));
+        pause().noteFailure("FindDevice", device.error(), deadline);
         return QString();
     }
     return device.value().path();
@@ -124,7 +134,7 @@ QString findDevicePath(const QDBusConnection& bus, const QString& adapterPath, c
 QMap<QString, QVariant> deviceProperties(const QDBusConnection& bus, const QString& path,
                                          const QDeadlineTimer& deadline)
 {
-    if (path.isEmpty() || deadline.hasExpired())
+    if (path.isEmpty() || deadline.hasExpired() || pause().skips("Device.GetProperties"))
         return {};
     BluezDeviceProxy device(service, path, bus);
     device.setTimeout(BusDeadline::timeoutMs(deadline));
@@ -133,6 +143,7 @@ QMap<QString, QVariant> deviceProperties(const QDBusConnection& bus, const QStri
     if (properties.isError()) {
         qCWarning(lcBluez, "Bluetooth: properties of %s cannot be read: %s", qUtf8Printable(path),
                   qUtf8Printable(properties.error().name()));
+        pause().noteFailure("Device.GetProperties", properties.error(), deadline);
         return {};
     }
     QMap<QString, QVariant> plain = plainProperties(properties.value());

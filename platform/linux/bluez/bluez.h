@@ -10,6 +10,8 @@
 #include <QString>
 #include <QVariant>
 
+#include "servicepause.h"
+
 // Names of the BlueZ 4 API and helpers shared by the Bluetooth classes.
 namespace Bluez {
 
@@ -20,6 +22,10 @@ inline QDBusConnection systemBus()
 {
     return QDBusConnection::systemBus();
 }
+
+// BlueZ's pause after a blocking question that got no answer in time (ServicePause): every blocking
+// question to BlueZ asks it first and tells it of a failure.
+ServicePause& pause();
 
 // Whether a failed call says that the object or interface is not there at all, as opposed to a
 // failure of the operation itself.

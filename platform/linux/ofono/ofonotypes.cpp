@@ -5,13 +5,12 @@
 #include "contentaction.h"
 #include "linuxlogging.h"
 #include "ofonomanagerproxy.h"
+#include "servicepause.h"
 
 #include <QDBusConnection>
 #include <QDBusMetaType>
 #include <QDBusPendingReply>
 #include <QDeadlineTimer>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QUrl>
 
 QDBusArgument& operator<<(QDBusArgument& argument, const OfonoObject& object)
@@ -44,33 +43,18 @@ OfonoObjectList modems()
     const QDBusConnection bus = QDBusConnection::systemBus();
     if (!bus.isConnected())
         return {};
-    // One tag asks several questions in a row (the offline mode, then a message per recipient). When
-    // oFono hangs, only the first of them waits the whole budget: for one budget's time after that, the
-    // questions are answered "no modems" without asking.
-    static QMutex pauseMutex;
-    static QDeadlineTimer pause(0);
-    {
-        QMutexLocker lock(&pauseMutex);
-        if (!pause.hasExpired()) {
-            qCDebug(lcOfono, "oFono: not asked for modems; it did not answer a moment ago");
-            return {};
-        }
-    }
+    // One tag asks several questions in a row (the offline mode, then a message per recipient).
+    static ServicePause pause("oFono", lcOfono);
+    if (pause.skips("GetModems"))
+        return {};
     OfonoManagerProxy manager(service, QStringLiteral("/"), bus);
     manager.setTimeout(BusDeadline::budgetMs);
     const QDeadlineTimer deadline = BusDeadline::start();
     QDBusPendingReply<OfonoObjectList> reply = manager.GetModems();
     reply.waitForFinished();
     if (reply.isError()) {
-        // QtDBus's timeout is a coarse timer, which may fire up to 5% early.
-        if (reply.error().type() == QDBusError::NoReply && deadline.remainingTime() <= BusDeadline::budgetMs / 10) {
-            qCWarning(lcOfono, "oFono: GetModems got no answer within %d ms; oFono is not asked again for %d ms",
-                      BusDeadline::budgetMs, BusDeadline::budgetMs);
-            QMutexLocker lock(&pauseMutex);
-            pause = BusDeadline::start();
-        } else {
-            qCDebug(lcOfono, "oFono: no modems: %s", qUtf8Printable(reply.error().name()));
-        }
+        qCDebug(lcOfono, "oFono: no modems: %s", qUtf8Printable(reply.error().name()));
+        pause.noteFailure("GetModems", reply.error(), deadline);
         return {};
     }
     return reply.value();

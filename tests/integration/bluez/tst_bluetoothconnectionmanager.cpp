@@ -53,6 +53,8 @@ private Q_SLOTS:
     void managerDeletedInDisconnectedSurvives();
     void managerDeletedInConnectionFailedSurvives();
     void managerDeletedWhileConnectingIsQuiet();
+    // Last: it leaves BlueZ stopped.
+    void hungBluezHoldsUpOnlyTheFirstOfSeveralAudioQuestions();
 
 private:
     BluetoothDevice device() const;
@@ -289,6 +291,34 @@ void tst_BluetoothConnectionManager::managerDeletedWhileConnectingIsQuiet()
     QTRY_VERIFY(PhoneMocks::callNames(*m_bluez, PhoneMocks::bluezDevicePath(address))
                     .contains(QStringLiteral("org.bluez.Audio.Connect")));
     QTest::qWait(200);
+}
+
+void tst_BluetoothConnectionManager::hungBluezHoldsUpOnlyTheFirstOfSeveralAudioQuestions()
+{
+    // A Bluetooth touch asks for the known devices and then for each one's audio state.
+    const QStringList addresses {QStringLiteral("00:1A:7D:DA:71:21"), QStringLiteral("00:1A:7D:DA:71:22"),
+                                 QStringLiteral("00:1A:7D:DA:71:23")};
+    QList<BluetoothDevice> devices;
+    std::unique_ptr<BluetoothAdapter> adapter(BluetoothAdapter::defaultAdapter());
+    for (const QString& known : addresses) {
+        QVERIFY(BluezControl::addDevice(*m_bluez, known, {{QStringLiteral("AudioState"), QStringLiteral("connected")}}));
+        devices.append(adapter->deviceForAddress(known));
+        QVERIFY(!devices.last().address().isEmpty());
+    }
+    QVERIFY2(m_bluez->addMethod(PhoneMocks::bluezDevicePath(addresses.first()), QStringLiteral("org.bluez.Audio"),
+                                QStringLiteral("GetProperties"), QString(), QStringLiteral("a{sv}"),
+                                QStringLiteral("time.sleep(30)")),
+             qPrintable(m_bluez->lastError()));
+
+    QTest::ignoreMessage(QtWarningMsg,
+                         "BlueZ: audio GetProperties got no answer within 5000 ms; BlueZ is not asked again for 5000 ms");
+    QElapsedTimer timer;
+    timer.start();
+    for (const BluetoothDevice& known : qAsConst(devices))
+        QVERIFY(!BluetoothConnectionManager(known).isAudioConnected());
+    // One budget (whose coarse timer may end up to 5% early), not one per device.
+    QVERIFY2(timer.elapsed() >= 4500 && timer.elapsed() < 9000, qPrintable(QString::number(timer.elapsed())));
+    m_bluez->stop();
 }
 
 QTEST_GUILESS_MAIN(tst_BluetoothConnectionManager)
