@@ -33,24 +33,45 @@ QString hex(const QByteArray& bytes)
     return QString::fromLatin1(bytes.toHex()).toUpper();
 }
 
-bool exchange(ApduTransport& transport, const QByteArray& command, const QString& what, TagReadResult& result,
-              QByteArray* response)
+namespace {
+
+// Whether a short command APDU ends with Le: CLA INS P1 P2 Le, or CLA INS P1 P2 Lc <Lc bytes> Le. One of
+// CLA INS P1 P2 Lc <Lc bytes> ends with data instead.
+bool endsWithLe(const QByteArray& command)
 {
-    QString error;
+    if (command.size() == 5)
+        return true;
+    return command.size() > 5 && command.size() == 5 + quint8(command.at(4)) + 1;
+}
+
+bool transmitCounted(ApduTransport& transport, const QByteArray& command, const QString& what,
+                     TagReadResult& result, QByteArray* response)
+{
+    if (result.apdus >= MaxApdusPerTag) {
+        result.setFailed(QStringLiteral("%1: the tag has taken %2 commands; given up").arg(what).arg(MaxApdusPerTag));
+        return false;
+    }
     ++result.apdus;
+    QString error;
     if (!transport.transmit(command, response, &error)) {
         result.setFailed(QStringLiteral("%1: %2").arg(what, error));
         return false;
     }
+    return true;
+}
+
+} // namespace
+
+bool exchange(ApduTransport& transport, const QByteArray& command, const QString& what, TagReadResult& result,
+              QByteArray* response)
+{
+    if (!transmitCounted(transport, command, what, result, response))
+        return false;
     const quint16 sw = statusWord(*response);
-    if ((sw & 0xFF00) == 0x6C00 && command.size() >= 5) {
+    if ((sw & 0xFF00) == 0x6C00 && endsWithLe(command)) {
         QByteArray retry = command;
         retry[retry.size() - 1] = char(sw & 0xFF);
-        ++result.apdus;
-        if (!transport.transmit(retry, response, &error)) {
-            result.setFailed(QStringLiteral("%1: %2").arg(what, error));
-            return false;
-        }
+        return transmitCounted(transport, retry, what, result, response);
     }
     return true;
 }

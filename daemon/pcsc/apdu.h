@@ -26,9 +26,15 @@ QString statusText(quint16 statusWord);
 // The bytes as upper-case hex, for logs ("04A1B2C3").
 QString hex(const QByteArray& bytes);
 
-// Sends one command through the transport and counts it in result. A "wrong Le" answer (6Cxx) is
-// retried once with the length the card asks for. False when the command did not reach the card; the
-// result is then Failed with the transport's reason, prefixed by what was being done.
+// The most commands one tag's read may take. The largest read a valid tag needs (a Type 4 Tag's 32 KiB
+// in reads of the smallest size allowed, 15 bytes) takes about 2,200; a card that answers a byte at a
+// time must not hold the reader (and the shutdown waiting for it) for minutes.
+constexpr int MaxApdusPerTag = 2500;
+
+// Sends one command through the transport and counts it in result. A "wrong Le" answer (6Cxx) to a
+// command that carries Le is retried once with the length the card asks for. False when the command did
+// not reach the card or the tag has had MaxApdusPerTag commands; the result is then Failed with the
+// reason, prefixed by what was being done.
 bool exchange(ApduTransport& transport, const QByteArray& command, const QString& what, TagReadResult& result,
               QByteArray* response);
 

@@ -12,8 +12,8 @@ QString pcscErrorText(LONG code)
         .arg(quint32(code), 8, 16, QLatin1Char('0'));
 }
 
-PcscCard::PcscCard(SCARDHANDLE handle, DWORD protocol, const QString& readerName)
-    : m_handle(handle), m_protocol(protocol), m_readerName(readerName)
+PcscCard::PcscCard(SCARDHANDLE handle, DWORD protocol, const QString& readerName, const std::atomic<bool>* stopping)
+    : m_handle(handle), m_protocol(protocol), m_readerName(readerName), m_stopping(stopping)
 {
 }
 
@@ -24,6 +24,10 @@ PcscCard::~PcscCard()
 
 bool PcscCard::transmit(const QByteArray& command, QByteArray* response, QString* error)
 {
+    if (m_stopping && m_stopping->load()) {
+        *error = QStringLiteral("the reader is being stopped");
+        return false;
+    }
     const SCARD_IO_REQUEST* pci = m_protocol == SCARD_PROTOCOL_T0 ? SCARD_PCI_T0 : SCARD_PCI_T1;
     std::vector<BYTE> buffer(MAX_BUFFER_SIZE_EXTENDED);
     DWORD length = DWORD(buffer.size());

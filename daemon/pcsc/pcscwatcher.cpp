@@ -274,7 +274,7 @@ void PcscWatcher::cardPresent(Reader& reader, DWORD eventState, const QByteArray
 
     TagReadResult result;
     {
-        PcscCard card(handle, protocol, reader.name);
+        PcscCard card(handle, protocol, reader.name, &m_stopping);
         if (TagReader::readUid(card, result)) {
             if (!reader.uidBeforeRestart.isEmpty() && result.uid == reader.uidBeforeRestart
                 && m_connectedTimer.elapsed() < RestartGrace) {
@@ -292,6 +292,11 @@ void PcscWatcher::cardPresent(Reader& reader, DWORD eventState, const QByteArray
     }
     reader.lastUid = result.uid;
     done();
+    if (m_stopping) {
+        // The read was cut short by the stop, not by the tag: nothing to report.
+        qCInfo(lcPcsc).noquote() << QStringLiteral("%1: the read was stopped").arg(reader.name);
+        return;
+    }
     report(reader, result);
 }
 

@@ -12,6 +12,8 @@ constexpr quint16 CapabilityContainerFile = 0xE103;
 constexpr int CapabilityContainerSize = 15;
 constexpr int ExtendedCapabilityContainerSize = 17;
 constexpr int MaxShortLe = 255;
+// The smallest MLe a Type 4 Tag may give: a card that claims less would need a command per byte or two.
+constexpr quint32 MinMaxRead = 15;
 constexpr int MaxShortOffset = 0x7FFF;
 
 quint32 bigEndian(const QByteArray& bytes, int offset, int size)
@@ -105,8 +107,11 @@ bool readCapabilityContainer(ApduTransport& transport, TagReadResult& result, Nd
             QStringLiteral("the capability container has mapping version %1.%2").arg(version >> 4).arg(version & 0x0F));
         return false;
     }
-    if (maxRead == 0) {
-        result.setNotNdef(QStringLiteral("the capability container allows reads of 0 bytes"));
+    if (maxRead < MinMaxRead) {
+        result.setNotNdef(QStringLiteral("the capability container allows reads of %1 bytes, fewer than the %2 "
+                                         "every Type 4 Tag allows")
+                              .arg(maxRead)
+                              .arg(MinMaxRead));
         return false;
     }
 

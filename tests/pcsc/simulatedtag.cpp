@@ -117,6 +117,11 @@ QByteArray SimulatedType4Tag::answer(const QByteArray& command)
             return status(0x6B00);
         if (offset + le > file.size() && strictLengths)
             return status(0x6700);
+        if (answerAtMost > 0 && answerAtMost < le && m_selected != 0xE103) {
+            const QByteArray data = file.mid(offset, answerAtMost);
+            reads[quint16(m_selected)].append(qMakePair(offset, offset + int(data.size())));
+            return data + status(0x9000);
+        }
         const QByteArray data = file.mid(offset, le);
         reads[quint16(m_selected)].append(qMakePair(offset, offset + int(data.size())));
         return data + status(data.size() < le ? 0x6282 : 0x9000);

@@ -61,6 +61,9 @@ public:
     bool strictLengths = false;
     // Status answered to every READ BINARY instead of the data (0: answer normally).
     quint16 readError = 0;
+    // The most bytes a READ BINARY of a file other than the capability container answers, whatever it
+    // asks for, with 9000 (0: as many as asked).
+    int answerAtMost = 0;
     // Per file, the byte ranges [from, to) every READ BINARY returned, and the largest Le asked.
     QMap<quint16, QList<QPair<int, int>>> reads;
     int largestLe = 0;

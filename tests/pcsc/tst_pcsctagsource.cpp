@@ -1,5 +1,7 @@
+#include "pcsccard.h"
 #include "pcsctagsource.h"
 #include "privatepcscd.h"
+#include "tagreader.h"
 #include "tagimages.h"
 #include "virtualtag.h"
 
@@ -96,6 +98,7 @@ private Q_SLOTS:
     void reconnectsAfterPcscdRestartsWithoutDeliveringATagTwice();
     void readsATagOnceAnotherProgramReleasesItsReader();
     void stopsWhenDestroyed();
+    void aCardOfAReaderBeingStoppedSendsNoMoreCommands();
 
 private:
     // Starts a source and waits until it watches both virtual readers.
@@ -397,6 +400,21 @@ void tst_PcscTagSource::stopsWhenDestroyed()
     QSignalSpy connected(m_source.get(), &PcscTagSource::connectedChanged);
     m_source.reset(); // returns once the watching thread has ended
     QVERIFY(!m_source);
+}
+
+void tst_PcscTagSource::aCardOfAReaderBeingStoppedSendsNoMoreCommands()
+{
+    // The watcher's cards check its stop flag before each command, so a long read ends at the next one
+    // instead of holding the thread (and the daemon's shutdown) until the tag is read. The handle is
+    // never used: the flag is set.
+    std::atomic<bool> stopping {true};
+    PcscCard card(0, SCARD_PROTOCOL_T1, QStringLiteral("Test reader"), &stopping);
+
+    const TagReadResult result = TagReader::read(card, type4Atr());
+
+    QCOMPARE(result.outcome, TagReadResult::Failed);
+    QVERIFY2(result.reason.contains(QStringLiteral("the reader is being stopped")), qPrintable(result.reason));
+    QCOMPARE(result.apdus, 1);
 }
 
 QTEST_GUILESS_MAIN(tst_PcscTagSource)

@@ -6,6 +6,8 @@
 
 #include <QtTest>
 
+#include <functional>
+
 using namespace TagImages;
 
 Q_DECLARE_METATYPE(TagReadResult::Outcome)
@@ -35,6 +37,9 @@ private Q_SLOTS:
     void readsInChunksNoLargerThanTheCardAllows();
     void readsTheLengthAloneWhenTheCardRefusesALongerFirstRead();
     void readsAnExtendedNdefFileControlTlv();
+    void aCardAnsweringAByteAtATimeIsGivenUpAfterItsCommandBudget();
+    void aWrongLengthAnswerToACommandWithoutLeIsNotRetried();
+    void aWrongLengthAnswerToAReadIsRetriedWithTheLengthAsked();
 };
 
 void tst_Type4Tag::readsTheNdefMessage_data()
@@ -123,6 +128,8 @@ void tst_Type4Tag::refusesWhatIsNotNdef_data()
     QTest::newRow("CCLEN below 15") << QByteArray(hex("000E") + good.mid(2)) << true << "declares 14 bytes";
     QTest::newRow("capability container file of 10 bytes") << good.left(10) << true << "has 10 bytes";
     QTest::newRow("MLe of 0") << type4CapabilityContainer(0) << true << "reads of 0 bytes";
+    QTest::newRow("MLe of 14, below the smallest allowed")
+        << type4CapabilityContainer(14) << true << "reads of 14 bytes, fewer than the 15";
     QTest::newRow("no NDEF File Control TLV")
         << QByteArray(good.left(7) + hex("0506") + good.mid(9)) << true << "no NDEF File Control TLV";
     QTest::newRow("NDEF File Control TLV too short")
@@ -230,6 +237,90 @@ void tst_Type4Tag::readsAnExtendedNdefFileControlTlv()
 
     QCOMPARE(result.reason, QString());
     QCOMPARE(result.ndef, message);
+}
+
+void tst_Type4Tag::aCardAnsweringAByteAtATimeIsGivenUpAfterItsCommandBudget()
+{
+    const QByteArray message = messageOfSize(8000);
+    SimulatedType4Tag tag(type4CapabilityContainer(0xFF, 0xE104, 0x2000), type4NdefFile(message, 0x2000));
+    tag.answerAtMost = 1;
+
+    const TagReadResult result = TagReader::read(tag, type4Atr());
+
+    verifyReadEndedWithout(result, TagReadResult::Failed, "has taken 2500 commands; given up");
+    QCOMPARE(result.apdus, 2500);
+    QCOMPARE(tag.commands.size(), 2500);
+}
+
+namespace {
+
+// A card that answers each command by a rule of the test's, logging the commands.
+class ScriptedCard : public ApduTransport
+{
+public:
+    explicit ScriptedCard(std::function<QByteArray(const QByteArray&)> rule) : rule(std::move(rule)) {}
+    bool transmit(const QByteArray& command, QByteArray* response, QString*) override
+    {
+        commands.append(command);
+        *response = rule(command);
+        return true;
+    }
+    std::function<QByteArray(const QByteArray&)> rule;
+    QList<QByteArray> commands;
+};
+
+} // namespace
+
+void tst_Type4Tag::aWrongLengthAnswerToACommandWithoutLeIsNotRetried()
+{
+    // SELECT of the capability container file: CLA INS P1 P2 Lc and the file id, no Le. Its last byte is
+    // the file id, which a retry must not replace.
+    ScriptedCard card([](const QByteArray& command) {
+        if (command.startsWith(hex("00A40400")))
+            return hex("9000");
+        if (command.startsWith(hex("00A4000C02")))
+            return hex("6C0F");
+        return hex("6A82");
+    });
+
+    const TagReadResult result = TagReader::read(card, type4Atr());
+
+    QCOMPARE(result.outcome, TagReadResult::NotNdef);
+    QVERIFY2(result.reason.contains(QStringLiteral("selecting file E103: the card answered 6C0F")),
+             qPrintable(result.reason));
+    QCOMPARE(card.commands.count(hex("00A4000C02E103")), 1);
+    for (const QByteArray& command : qAsConst(card.commands))
+        QVERIFY2(!command.startsWith(hex("00A4000C02E1")) || command == hex("00A4000C02E103"),
+                 command.toHex().constData());
+}
+
+void tst_Type4Tag::aWrongLengthAnswerToAReadIsRetriedWithTheLengthAsked()
+{
+    const QByteArray message = uriMessage("example.com");
+    SimulatedType4Tag tag(type4CapabilityContainer(0xFF), type4NdefFile(message));
+    bool askedForLength = false;
+    ScriptedCard card([&tag, &askedForLength](const QByteArray& command) {
+        // The first read of the NDEF file (after the capability container's, of 15 bytes) is answered
+        // "wrong length, ask for 2"; the rest as the tag does.
+        if (command.size() == 5 && quint8(command.at(1)) == 0xB0 && command.mid(2, 2) == hex("0000")
+            && !askedForLength && quint8(command.at(4)) != 2 && quint8(command.at(4)) != 0x0F) {
+            askedForLength = true;
+            return hex("6C02");
+        }
+        QByteArray response;
+        QString error;
+        tag.transmit(command, &response, &error);
+        return response;
+    });
+
+    const TagReadResult result = TagReader::read(card, type4Atr());
+
+    QCOMPARE(result.reason, QString());
+    QCOMPARE(result.ndef, message);
+    QVERIFY(askedForLength);
+    const int retried = card.commands.indexOf(hex("00B0000002"));
+    QVERIFY(retried > 0);
+    QCOMPARE(quint8(card.commands.at(retried - 1).at(1)), quint8(0xB0));
 }
 
 QTEST_GUILESS_MAIN(tst_Type4Tag)
