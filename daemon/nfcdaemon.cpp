@@ -13,6 +13,11 @@
 
 namespace {
 
+// Bounds of the NDEF handler registry (see registerNdefHandler()).
+constexpr int MaxApplicationIdLength = 255;
+constexpr int MaxHandlersPerConnection = 32;
+constexpr int MaxHandlers = 256;
+
 QDBusError makeError(const char* name, const QString& message)
 {
     return QDBusError(QDBusMessage::createError(QLatin1String(name), message));
@@ -107,6 +112,17 @@ QDBusError NfcDaemon::registerNdefHandler(const QString& sender, const QString& 
 {
     if (applicationId.isEmpty())
         return makeError(Nfcd::ErrorInvalidArguments, QStringLiteral("The application id is empty"));
+    // Every delivery carries the registered applications, and every registration is logged: an id of any
+    // length or with line breaks would make deliveries too large for the bus and forge log lines.
+    if (applicationId.size() > MaxApplicationIdLength)
+        return makeError(Nfcd::ErrorInvalidArguments,
+                         QStringLiteral("The application id is longer than %1 characters").arg(MaxApplicationIdLength));
+    for (const QChar c : applicationId) {
+        if (c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line
+            || c.category() == QChar::Separator_Paragraph)
+            return makeError(Nfcd::ErrorInvalidArguments, QStringLiteral("The application id has control characters"));
+    }
+    int ofSender = 0;
     for (Handler& handler : m_handlers) {
         if (handler.service == sender && handler.path == path) {
             handler.applicationId = applicationId;
@@ -114,6 +130,14 @@ QDBusError NfcDaemon::registerNdefHandler(const QString& sender, const QString& 
                    qPrintable(sender), qPrintable(path.path()));
             return QDBusError();
         }
+        if (handler.service == sender)
+            ++ofSender;
+    }
+    if (ofSender >= MaxHandlersPerConnection || m_handlers.size() >= MaxHandlers) {
+        return QDBusError(QDBusError::LimitsExceeded,
+                          QStringLiteral("No more NDEF handlers: %1 per connection and %2 in all")
+                              .arg(MaxHandlersPerConnection)
+                              .arg(MaxHandlers));
     }
     m_handlers.append(Handler{applicationId, sender, path, false});
     watchService(sender);

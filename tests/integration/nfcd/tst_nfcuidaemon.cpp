@@ -544,6 +544,53 @@ private Q_SLOTS:
         QCOMPARE(reply.errorName(), QStringLiteral("com.orvan.nfc.Error.InvalidArguments"));
     }
 
+    void anApplicationIdOfMoreThan255CharactersIsRefused()
+    {
+        auto registerAs = [](const QString& applicationId, const QString& path) {
+            return QDBusConnection::systemBus().call(managerCall(
+                QStringLiteral("RegisterNdefHandler"), {applicationId, QVariant::fromValue(QDBusObjectPath(path))}));
+        };
+        QCOMPARE(registerAs(QString(255, QLatin1Char('a')), QStringLiteral("/longest")).type(),
+                 QDBusMessage::ReplyMessage);
+        const QDBusMessage refused = registerAs(QString(256, QLatin1Char('a')), QStringLiteral("/longer"));
+        QCOMPARE(refused.errorName(), QStringLiteral("com.orvan.nfc.Error.InvalidArguments"));
+        QCOMPARE(refused.errorMessage(), QStringLiteral("The application id is longer than 255 characters"));
+    }
+
+    void anApplicationIdWithALineBreakIsRefused()
+    {
+        const QDBusMessage refused = QDBusConnection::systemBus().call(
+            managerCall(QStringLiteral("RegisterNdefHandler"),
+                        {QStringLiteral("reader\nUI agent :1.1 /agent registered"),
+                         QVariant::fromValue(QDBusObjectPath(QStringLiteral("/forged")))}));
+        QCOMPARE(refused.errorName(), QStringLiteral("com.orvan.nfc.Error.InvalidArguments"));
+        QCOMPARE(refused.errorMessage(), QStringLiteral("The application id has control characters"));
+        QVERIFY(!daemon->output().contains(QStringLiteral("/forged")));
+    }
+
+    void aConnectionRegistersAtMost32Handlers()
+    {
+        QDBusConnection application = strangerConnection(QStringLiteral("application"));
+        auto registerAt = [&application](int i) {
+            return application.call(managerCall(
+                QStringLiteral("RegisterNdefHandler"),
+                {QStringLiteral("reader"), QVariant::fromValue(QDBusObjectPath(QStringLiteral("/h%1").arg(i)))}));
+        };
+        for (int i = 0; i < 32; ++i)
+            QCOMPARE(registerAt(i).type(), QDBusMessage::ReplyMessage);
+        QCOMPARE(registerAt(32).errorName(), QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
+        // One already registered may still be registered again.
+        QCOMPARE(registerAt(0).type(), QDBusMessage::ReplyMessage);
+        // Another connection has handlers of its own.
+        QCOMPARE(QDBusConnection::systemBus()
+                     .call(managerCall(QStringLiteral("RegisterNdefHandler"),
+                                       {QStringLiteral("other"),
+                                        QVariant::fromValue(QDBusObjectPath(QStringLiteral("/other")))}))
+                     .type(),
+                 QDBusMessage::ReplyMessage);
+        QDBusConnection::disconnectFromBus(QStringLiteral("application"));
+    }
+
     void anAgentThatVanishesMidCallDoesNotStopTheDaemon()
     {
         BareAgent bare;
