@@ -235,17 +235,28 @@ bool feedbackdRuns(const QDBusConnection& bus)
     return runs;
 }
 
-// Asks feedbackd for the event without waiting; should it refuse, the event's sound is played instead.
+// How long feedbackd has to answer before the event's own sound is played: feedback that comes later
+// than the touch by more than this is no feedback for it any more, and a hung feedbackd must not gather
+// the calls of every touch for the bus's 25 seconds each.
+constexpr int FeedbackdAnswerMs = 1000;
+
+// Asks feedbackd for the event without waiting; should it refuse or not answer in time, the event's
+// sound is played instead.
 void trigger(const QDBusConnection& bus, const QString& event)
 {
     FeedbackdProxy* feedbackd = applicationProxy<FeedbackdProxy>(bus, feedbackService, feedbackPath);
+    feedbackd->setTimeout(FeedbackdAnswerMs);
     QDBusPendingCallWatcher* watcher = new QDBusPendingCallWatcher(
         feedbackd->TriggerFeedback(ConnUi::FeedbackEffectPrivate::applicationId(), event, QVariantMap(), -1));
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [event](QDBusPendingCallWatcher* call) {
         const QDBusPendingReply<uint> reply = *call;
         if (reply.isError()) {
-            qCDebug(lcFeedback, "FeedbackEffect: feedbackd refused %s: %s", qUtf8Printable(event),
-                    qUtf8Printable(reply.error().name()));
+            if (reply.error().type() == QDBusError::NoReply)
+                qCDebug(lcFeedback, "FeedbackEffect: feedbackd did not answer %s within %d ms", qUtf8Printable(event),
+                        FeedbackdAnswerMs);
+            else
+                qCDebug(lcFeedback, "FeedbackEffect: feedbackd refused %s: %s", qUtf8Printable(event),
+                        qUtf8Printable(reply.error().name()));
             soundPlayer()->playLater(event);
         }
         call->deleteLater();

@@ -147,6 +147,7 @@ private Q_SLOTS:
     void feedbackdStartedLaterTakesTheNextTouches();
     void feedbackdGoneIsNotCalledAnyMore();
     void feedbackdRefusalFallsBackToTheSound();
+    void feedbackdThatDoesNotAnswerWithinASecondFallsBackToTheSound();
     void touchPlaysTheEventSoundWithoutFeedbackd();
     void soundDeviceIsOpenedOffTheEventLoop();
     void soundBeingHandedOverHoldsProgramSpawnsBack();
@@ -361,6 +362,27 @@ void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    FeedbackEffectPrivate::waitForSound();
+}
+
+void tst_FeedbackEffect::feedbackdThatDoesNotAnswerWithinASecondFallsBackToTheSound()
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    MockSuite::startOnPrivateBus(*m_feedbackd);
+    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
+                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
+                                    QStringLiteral("time.sleep(30); ret = dbus.UInt32(7)")),
+             qPrintable(m_feedbackd->lastError()));
+
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: feedbackd did not answer device-added within 1000 ms");
+    QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through libcanberra");
+    QElapsedTimer timer;
+    timer.start();
+    FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
+    QTRY_COMPARE(QFileInfo(soundOutput()).size(), qint64(soundFrames * 2));
+    // The bus's own timeout would have been 25 s.
+    QVERIFY2(timer.elapsed() < 10000, qPrintable(QString::number(timer.elapsed())));
     FeedbackEffectPrivate::waitForSound();
 }
 
