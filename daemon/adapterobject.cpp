@@ -4,6 +4,9 @@
 
 #include "adapteradaptor.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
+
 AdapterObject::AdapterObject(NfcDaemon* daemon)
     : DaemonBusObject(daemon, daemon->adapterPath().path())
 {
@@ -13,9 +16,21 @@ AdapterObject::AdapterObject(NfcDaemon* daemon)
     });
 }
 
+namespace {
+
+// The user of the connection that sent the call being handled; NfcDaemon::UnknownUid when the bus
+// cannot tell.
+uint callerUid(const QDBusConnection& bus, const QString& sender)
+{
+    const QDBusReply<uint> uid = bus.interface()->serviceUid(sender);
+    return uid.isValid() ? uid.value() : NfcDaemon::UnknownUid;
+}
+
+} // namespace
+
 void AdapterObject::RegisterUIAgent(const QDBusObjectPath& agent)
 {
-    answer(m_daemon->registerAgent(message().service(), agent));
+    answer(m_daemon->registerAgent(message().service(), agent, callerUid(connection(), message().service())));
 }
 
 void AdapterObject::UnregisterUIAgent(const QDBusObjectPath& agent)
@@ -32,6 +47,12 @@ QVariantMap AdapterObject::GetProperties()
 void AdapterObject::SetProperty(const QString& name, const QDBusVariant& value)
 {
     if (name == QLatin1String(Nfcd::ConfirmationEnabledProperty)) {
+        if (!m_daemon->maySetProperties(callerUid(connection(), message().service()))) {
+            sendErrorReply(QDBusError::AccessDenied,
+                           QStringLiteral("Only root, the daemon's user and the UI agent's user change "
+                                          "ConfirmationEnabled"));
+            return;
+        }
         if (value.variant().userType() != QMetaType::Bool) {
             sendErrorReply(QLatin1String(Nfcd::ErrorInvalidArguments),
                            QStringLiteral("ConfirmationEnabled takes a boolean"));

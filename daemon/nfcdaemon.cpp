@@ -11,6 +11,8 @@
 #include <QDBusServiceWatcher>
 #include <QRegularExpression>
 
+#include <unistd.h>
+
 namespace {
 
 // Bounds of the NDEF handler registry (see registerNdefHandler()).
@@ -68,11 +70,31 @@ bool NfcDaemon::hasAgent() const
     return m_agent != nullptr;
 }
 
-QDBusError NfcDaemon::registerAgent(const QString& sender, const QDBusObjectPath& path)
+QString NfcDaemon::agentService() const
+{
+    return m_agent ? m_agent->service : QString();
+}
+
+bool NfcDaemon::isPrivileged(uint uid)
+{
+    return uid == 0 || uid == uint(::getuid());
+}
+
+bool NfcDaemon::maySetProperties(uint callerUid) const
+{
+    return isPrivileged(callerUid) || (m_agent && callerUid != UnknownUid && m_agent->uid == callerUid);
+}
+
+QDBusError NfcDaemon::registerAgent(const QString& sender, const QDBusObjectPath& path, uint callerUid)
 {
     if (m_agent && m_agent->service == sender && m_agent->path == path) {
         qCInfo(lcDaemon, "UI agent %s %s registered again", qPrintable(sender), qPrintable(path.path()));
         return QDBusError();
+    }
+    if (m_agent && !isPrivileged(callerUid) && (callerUid == UnknownUid || callerUid != m_agent->uid)) {
+        qCWarning(lcDaemon, "UI agent %s %s of user %u refused: the agent of user %u is registered",
+                  qPrintable(sender), qPrintable(path.path()), callerUid, m_agent->uid);
+        return QDBusError(QDBusError::AccessDenied, QStringLiteral("The UI agent of another user is registered"));
     }
     if (m_agent) {
         // The agent that is replaced is told so; nobody waits for its answer.
@@ -80,7 +102,7 @@ QDBusError NfcDaemon::registerAgent(const QString& sender, const QDBusObjectPath
                qPrintable(m_agent->path.path()));
         callAgent(QStringLiteral("Release()"), m_agentProxy->Release(), QDBusObjectPath(), Done());
     }
-    m_agent = std::make_unique<Agent>(Agent{sender, path});
+    m_agent = std::make_unique<Agent>(Agent{sender, path, callerUid});
     m_agentProxy = std::make_unique<NfcdUIAgentProxy>(sender, path.path(), m_bus);
     m_agentProxy->setTimeout(m_replyTimeoutMs);
     watchService(sender);

@@ -52,10 +52,19 @@ public:
     bool isConfirmationEnabled() const { return m_confirmationEnabled; }
     void setConfirmationEnabled(bool enabled);
 
-    // The UI agent. Errors are returned as (name, message); an empty name is success.
-    QDBusError registerAgent(const QString& sender, const QDBusObjectPath& path);
+    // The UI agent. Errors are returned as (name, message); an empty name is success. callerUid is the
+    // user of the calling connection: a registered agent is replaced only by one of its own user, root or
+    // the daemon's user, so that another user of the machine cannot take the tags' data and the pairing
+    // PINs over (UnknownUid when the bus could not tell).
+    static constexpr uint UnknownUid = uint(-1);
+    QDBusError registerAgent(const QString& sender, const QDBusObjectPath& path, uint callerUid);
     QDBusError unregisterAgent(const QString& sender, const QDBusObjectPath& path);
     bool hasAgent() const;
+    // The connection of the registered agent; empty without one.
+    QString agentService() const;
+    // Whether a user may change the adapter's settings (ConfirmationEnabled): root, the daemon's user and
+    // the user of the registered agent.
+    bool maySetProperties(uint callerUid) const;
 
     // Applications for NDEF data, each from its own connection.
     QDBusError registerNdefHandler(const QString& sender, const QString& applicationId, const QDBusObjectPath& path);
@@ -93,7 +102,10 @@ private:
     {
         QString service;
         QDBusObjectPath path;
+        uint uid = UnknownUid;
     };
+    // Root or the daemon's own user.
+    static bool isPrivileged(uint uid);
     struct Handler
     {
         QString applicationId;
