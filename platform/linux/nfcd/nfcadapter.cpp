@@ -15,6 +15,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDeadlineTimer>
+#include <QPointer>
 
 namespace {
 // Replies at start-up are waited for; a daemon that does not answer within this is taken as absent.
@@ -233,9 +234,38 @@ void callAdapter(NfcdAdapterProxy* adapter, const char* method, NfcAgent* agent)
 }
 } // namespace
 
+void NfcAdapterPrivate::registerAgent(NfcAgent* agent)
+{
+    if (!agent || !adapter) {
+        callAdapter(adapter.get(), "RegisterUIAgent", agent);
+        return;
+    }
+    const QDBusObjectPath path = agent->objectPath();
+    qCDebug(lcNfcd, "NfcAdapter: RegisterUIAgent(%s)", qPrintable(path.path()));
+    adapter->setTimeout(StartupTimeoutMs);
+    auto* call = new QDBusPendingCallWatcher(adapter->RegisterUIAgent(path), this);
+    adapter->setTimeout(-1);
+    const quint64 asked = generation;
+    QPointer<NfcAgent> registered(agent);
+    connect(call, &QDBusPendingCallWatcher::finished, this, [this, asked, registered](QDBusPendingCallWatcher* call) {
+        call->deleteLater();
+        if (!call->isError())
+            return;
+        if (call->error().type() == QDBusError::NoReply && registered && asked == generation && adapter) {
+            // A daemon that is busy or stopped for a while: without an agent it would never call the UI.
+            qCWarning(lcNfcd, "NfcAdapter: RegisterUIAgent got no answer within %d ms; asking again",
+                      StartupTimeoutMs);
+            registerAgent(registered);
+            return;
+        }
+        qCWarning(lcNfcd, "NfcAdapter: RegisterUIAgent failed: %s: %s", qPrintable(call->error().name()),
+                  qPrintable(call->error().message()));
+    });
+}
+
 void NfcAdapter::registerAgent(NfcAgent* agent)
 {
-    callAdapter(d->adapter.get(), "RegisterUIAgent", agent);
+    d->registerAgent(agent);
 }
 
 void NfcAdapter::unregisterAgent(NfcAgent* agent)

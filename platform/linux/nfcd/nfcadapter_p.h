@@ -10,6 +10,7 @@
 #include <memory>
 
 class NfcAdapter;
+class NfcAgent;
 class NfcdManagerProxy;
 class NfcdAdapterProxy;
 class QDBusPendingCallWatcher;
@@ -32,6 +33,9 @@ public:
     void readProperties();
     void setValid(bool valid);
     void forgetAdapter();
+    // Registers the agent with the current adapter; a daemon that does not answer within
+    // StartupTimeoutMs is asked again, as long as the adapter and the agent are the same.
+    void registerAgent(NfcAgent* agent);
 
     NfcAdapter* const q;
     QDBusConnection bus;

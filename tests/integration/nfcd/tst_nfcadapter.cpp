@@ -158,6 +158,27 @@ private Q_SLOTS:
         QTRY_COMPARE(invalid.count(), 1);
     }
 
+    void anAgentRegisteredWhileTheDaemonIsStoppedIsRegisteredOnceItAnswers()
+    {
+        DaemonProcess daemon;
+        QVERIFY2(daemon.start(), qPrintable(daemon.error()));
+        std::unique_ptr<NfcAdapter> adapter(NfcAdapter::defaultAdapter());
+        QVERIFY(adapter->isValid());
+        const pid_t pid = pid_t(daemon.process()->processId());
+        QCOMPARE(::kill(pid, SIGSTOP), 0);
+        NfcAgent agent;
+        QTest::ignoreMessage(QtWarningMsg, "NfcAdapter: RegisterUIAgent got no answer within 5000 ms; asking again");
+        adapter->registerAgent(&agent);
+        // The first call runs out its time; the one asked again is answered once the daemon goes on.
+        QTest::qWait(5600);
+        QCOMPARE(::kill(pid, SIGCONT), 0);
+        QTRY_VERIFY(daemon.output().contains(QLatin1String("UI agent")));
+        QSignalSpy touches(&agent, SIGNAL(notifyTouch(QDBusObjectPath, int)));
+        QByteArray out;
+        QCOMPARE(runSim({QStringLiteral("touch"), QStringLiteral("--unreadable")}, &out), 0);
+        QCOMPARE(touches.count(), 1);
+    }
+
     void registerAgentMakesTheAgentTheOneTheDaemonCalls()
     {
         DaemonProcess daemon;
