@@ -3,6 +3,8 @@
 //   byte 0, bit 0: 0 a Type 2 tag, 1 a Type 4 tag;
 //           bit 1: the Type 4 card refuses reads past its files (6700) instead of answering short (6282);
 //           bit 2: the Type 4 card only knows version 1 of the application's SELECT;
+//           bit 3: the Type 4 card answers each read of the NDEF file with at most 1 + (byte 0 >> 4)
+//                  bytes, whatever it asks for;
 //   Type 2: the rest is the tag's memory from page 0;
 //   Type 4: byte 1 is the capability container's size n, the next n bytes the capability container,
 //           the rest the NDEF file (E104).
@@ -11,11 +13,13 @@
 // - no byte of the tag is read twice, and no Type 2 read goes past the memory or, after the capability
 //   container, past the data area it declares;
 // - every Type 2 read asks for at most 16 bytes, every Type 4 read for at most what the card allows;
-// - a read that fails or finds no NDEF says why, and the APDUs it counts are the ones sent.
+// - a read that fails or finds no NDEF says why, and the APDUs it counts are the ones sent, never more
+//   than a tag's budget.
 #include <QByteArray>
 
 #include <cstdint>
 
+#include "apdu.h"
 #include "fuzzcheck.h"
 #include "simulatedtag.h"
 #include "tagimages.h"
@@ -26,6 +30,7 @@ namespace {
 void checkResult(const TagReadResult& result, const SimulatedTag& tag)
 {
     FUZZ_CHECK(result.apdus == tag.commands.size());
+    FUZZ_CHECK(result.apdus <= Apdu::MaxApdusPerTag);
     FUZZ_CHECK(result.outcome == TagReadResult::Read || !result.reason.isEmpty());
     FUZZ_CHECK(result.outcome == TagReadResult::Read || result.ndef.isEmpty());
 }
@@ -63,6 +68,8 @@ void type4(quint8 options, const QByteArray& capabilityContainer, const QByteArr
     tag.strictLengths = options & 0x02;
     if (options & 0x04)
         tag.applicationVersions = {1};
+    if (options & 0x08)
+        tag.answerAtMost = 1 + (options >> 4);
     const TagReadResult result = TagReader::read(tag, TagImages::type4Atr());
     checkResult(result, tag);
     for (const auto& ranges : tag.reads)
