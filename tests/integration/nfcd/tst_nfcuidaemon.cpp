@@ -606,7 +606,8 @@ private Q_SLOTS:
         }
         QDBusConnection::disconnectFromBus(QStringLiteral("vanishing"));
         QVERIFY(finishes(call));
-        QVERIFY(call.isError());
+        // The bus's answer for the agent that left without replying, passed on.
+        QCOMPARE(call.error().name(), QStringLiteral("org.freedesktop.DBus.Error.NoReply"));
         QCOMPARE(daemon->process()->state(), QProcess::Running);
         QDBusMessage reply = QDBusConnection::systemBus().call(managerCall(QStringLiteral("DefaultAdapter")));
         QCOMPARE(reply.type(), QDBusMessage::ReplyMessage);
