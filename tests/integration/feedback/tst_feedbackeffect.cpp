@@ -162,6 +162,8 @@ private:
     QStringList triggeredEvents() const;
     // Starts feedbackd and makes one touch, which it takes.
     void startFeedbackdAndTouchOnce();
+    // Starts feedbackd with TriggerFeedback running the Python code given.
+    void startFeedbackdTriggering(const QString& code);
 
     QTemporaryDir m_dir;
     std::unique_ptr<MockService> m_feedbackd;
@@ -213,6 +215,16 @@ void tst_FeedbackEffect::startFeedbackdAndTouchOnce()
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
     FeedbackEffect::play(QStringLiteral("priority1_nfc_touch"));
     QTRY_COMPARE(triggeredEvents().size(), 1);
+}
+
+void tst_FeedbackEffect::startFeedbackdTriggering(const QString& code)
+{
+    m_feedbackd = PhoneMocks::feedbackd();
+    MockSuite::startOnPrivateBus(*m_feedbackd);
+    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
+                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
+                                    code),
+             qPrintable(m_feedbackd->lastError()));
 }
 
 QStringList tst_FeedbackEffect::triggeredEvents() const
@@ -268,13 +280,8 @@ void tst_FeedbackEffect::touchTriggersFeedbackdWhenItRuns()
 
 void tst_FeedbackEffect::feedbackdTriggerIsNotWaitedFor()
 {
-    m_feedbackd = PhoneMocks::feedbackd();
-    MockSuite::startOnPrivateBus(*m_feedbackd);
     // A feedbackd that takes its time: play() returns long before it answers.
-    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
-                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
-                                    QStringLiteral("time.sleep(3); ret = dbus.UInt32(7)")),
-             qPrintable(m_feedbackd->lastError()));
+    startFeedbackdTriggering(QStringLiteral("time.sleep(3); ret = dbus.UInt32(7)"));
 
     QElapsedTimer timer;
     timer.start();
@@ -348,13 +355,8 @@ void tst_FeedbackEffect::feedbackdGoneIsNotCalledAnyMore()
 
 void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
 {
-    m_feedbackd = PhoneMocks::feedbackd();
-    MockSuite::startOnPrivateBus(*m_feedbackd);
-    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
-                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
-                                    QStringLiteral("raise dbus.exceptions.DBusException('no such event', "
-                                                   "name='org.freedesktop.DBus.Error.InvalidArgs')")),
-             qPrintable(m_feedbackd->lastError()));
+    startFeedbackdTriggering(QStringLiteral("raise dbus.exceptions.DBusException('no such event', "
+                                            "name='org.freedesktop.DBus.Error.InvalidArgs')"));
 
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
     QTest::ignoreMessage(QtDebugMsg,
@@ -367,12 +369,7 @@ void tst_FeedbackEffect::feedbackdRefusalFallsBackToTheSound()
 
 void tst_FeedbackEffect::feedbackdThatDoesNotAnswerWithinASecondFallsBackToTheSound()
 {
-    m_feedbackd = PhoneMocks::feedbackd();
-    MockSuite::startOnPrivateBus(*m_feedbackd);
-    QVERIFY2(m_feedbackd->addMethod(PhoneMocks::feedbackdPath(), QStringLiteral("org.sigxcpu.Feedback"),
-                                    QStringLiteral("TriggerFeedback"), QStringLiteral("ssa{sv}i"), QStringLiteral("u"),
-                                    QStringLiteral("time.sleep(30); ret = dbus.UInt32(7)")),
-             qPrintable(m_feedbackd->lastError()));
+    startFeedbackdTriggering(QStringLiteral("time.sleep(30); ret = dbus.UInt32(7)"));
 
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: device-added through feedbackd");
     QTest::ignoreMessage(QtDebugMsg, "FeedbackEffect: feedbackd did not answer device-added within 1000 ms");
