@@ -4,6 +4,7 @@
 #include <QDeadlineTimer>
 #include <QLoggingCategory>
 #include <QMutex>
+#include <QPointer>
 
 class QDBusError;
 
@@ -11,13 +12,13 @@ class QDBusError;
 // more budget's time: the questions asked of it meanwhile are answered as if it were missing, without a
 // call. A flow that asks several questions in a row (the devices, then each device's audio; the offline
 // mode, then a message per recipient) is then held up by a hung service once, not once per question.
-// Once the pause is over the service is asked as usual. One object per service, shared by its callers
-// on any thread.
+// Once the pause is over, or as soon as another process takes the service's bus name (it was restarted),
+// the service is asked as usual. One object per service, shared by its callers on any thread.
 class ServicePause
 {
 public:
-    // service names the service in the log of category.
-    ServicePause(const char* service, const QLoggingCategory& (*category)());
+    // service names the service in the log of category; busName is its name on the system bus.
+    ServicePause(const char* service, const char* busName, const QLoggingCategory& (*category)());
 
     ServicePause(const ServicePause&) = delete;
     ServicePause& operator=(const ServicePause&) = delete;
@@ -29,10 +30,16 @@ public:
     void noteFailure(const char* question, const QDBusError& error, const QDeadlineTimer& deadline);
 
 private:
+    void end();
+
     const char* m_service;
+    const char* m_busName;
     const QLoggingCategory& (*m_category)();
     mutable QMutex m_mutex;
     QDeadlineTimer m_until;
+    // Follows the bus name from the first pause on; made in the application's thread, owned by the
+    // application.
+    QPointer<QObject> m_watcher;
 };
 
 #endif

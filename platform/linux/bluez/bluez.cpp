@@ -81,7 +81,7 @@ QMap<QString, QVariant> plainProperties(const QMap<QString, QVariant>& propertie
 
 ServicePause& pause()
 {
-    static ServicePause bluez("BlueZ", lcBluez);
+    static ServicePause bluez("BlueZ", "org.bluez", lcBluez);
     return bluez;
 }
 

@@ -44,7 +44,7 @@ OfonoObjectList modems()
     if (!bus.isConnected())
         return {};
     // One tag asks several questions in a row (the offline mode, then a message per recipient).
-    static ServicePause pause("oFono", lcOfono);
+    static ServicePause pause("oFono", "org.ofono", lcOfono);
     if (pause.skips("GetModems"))
         return {};
     OfonoManagerProxy manager(service, QStringLiteral("/"), bus);
